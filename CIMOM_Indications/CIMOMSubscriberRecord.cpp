@@ -1,0 +1,7 @@
+#include "CIMOM_Indications/CIMOMSubscriberRecord.h"
+
+#include <utility>
+
+CCIMOMSubscriberRecord::CCIMOMSubscriberRecord(ORVSmrPtr<CSubscriber> subscriber)
+    : _subscriber(std::move(subscriber)) {
+}

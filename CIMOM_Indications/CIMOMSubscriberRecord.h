@@ -1,0 +1,27 @@
+#pragma once
+
+#include "foundation/handles/ORVSmrPtr.h"
+#include "foundation/subscribers/CSubscriber.h"
+
+#include <cstdint>
+
+/// A subscriber of a filter map, and how many of its subscriptions go through that map.
+///
+/// Threads: not synchronised, the count included: read under the class manager's lock, changed under its
+/// write lock.
+class CCIMOMSubscriberRecord {
+public:
+    /// The count starts at 1.
+    explicit CCIMOMSubscriberRecord(ORVSmrPtr<CSubscriber> subscriber);
+
+    ORVSmrPtr<CSubscriber> getSubscriber() const { return _subscriber; }
+    std::uint32_t getReferenceCount() const noexcept { return _referenceCount; }
+
+    /// Both answer the new count. Requires: the class manager's write lock; decrementing, a count above 0.
+    std::uint32_t incrementRefCount() noexcept { return ++_referenceCount; }
+    std::uint32_t decrementRefCount() noexcept { return --_referenceCount; }
+
+private:
+    const ORVSmrPtr<CSubscriber> _subscriber;
+    std::uint32_t _referenceCount = 1;
+};

@@ -1,0 +1,93 @@
+#include "Indications/ClassManagerGuard.h"
+#include "Indications/IndicationManager.h"
+#include "foundation/object_model/COrvoDebugTools.h"
+#include "foundation/services/CIMUtil.h"
+#include "foundation/utilities/ORVLockGuard.h"
+
+bool CIndicationManager::notify(ORVSmrPtr<IOrvoIndication> indication) {
+    if (!getIndicationsEnabled()) {
+        return false;
+    }
+    if (CIMUtil::IsLogged(OrvoTraceLog::SeverityDetail, ORVLog::CIMOMLOG)) {
+        CIMUtil::Log("CIndicationManager",
+                     "Legacy Indication received: " + COrvoDebugTools::indicationToString(indication),
+                     OrvoTraceLog::SeverityDetail, ORVLog::CIMOMLOG);
+    }
+    ORVLockGuard lock(_indicationManagerLock, ORVLockGuard::forReading);
+    lock.enter();
+    try {
+        return _route(indication);
+    } catch (...) {
+        ORVLog::log("CIndicationManager::notify",
+                    "An unknown exception occured while notifying subscribers for the object '" +
+                        indication->getObject()->getInstanceName()->toString() + "'",
+                    OrvoTraceLog::SeverityError, OrvoTraceLog::VerbosityNormal, 0, ORVLog::CIMOMLOG);
+        return false;
+    }
+}
+
+bool CIndicationManager::_route(const ORVSmrPtr<IOrvoIndication>& indication) {
+    if (indication->getType() == IOrvoIndication::IndicationChange) {
+        return _routeChange(indication);
+    }
+    _routeThroughClassTree(indication);
+    return false;
+}
+
+bool CIndicationManager::_routeChange(const ORVSmrPtr<IOrvoIndication>& indication) {
+    const ORVSmrPtr<IOrvoObject> object = indication->getObject();
+    const ORVSmrPtr<IOrvoInstanceName> instanceName = object->getInstanceName();
+    const unsigned int scope = indication->getRoutingScope();
+    if (scope != IOrvoIndication::ScopeClassOnly) {
+        ORVSmrPtr<CSubscriberList> list;
+        if (_subscriberTable.find(instanceName->toString(), list)) {
+            // Reporters rely on hearing about class-wide interest only, so this answer is dropped.
+            list->notify(indication);
+        }
+    }
+    return scope != IOrvoIndication::ScopeInstanceOnly && _notifyClassLists(indication, object);
+}
+
+bool CIndicationManager::_notifyClassLists(const ORVSmrPtr<IOrvoIndication>& indication,
+                                           const ORVSmrPtr<IOrvoObject>& object) {
+    const velm::ClassManagerReadGuard classManager;
+    const ORVSmrPtr<ORVValSlist<ORVString>> names(new ORVValSlist<ORVString>);
+    ORVSmrPtr<CCIMOMClass> node = classManager->lookup(object->getClassName());
+    while (!node.IsNull()) {
+        ORVSmrPtr<CCIMOMClass> base = node->getBaseClass();
+        names->append(base.IsNull() ? ORVString("*") : node->getClassName());
+        node = std::move(base);
+    }
+    indication->setClassNames(names);
+
+    // The answer is that of the last list found, not of any: reporters compare it with what "*" wants.
+    bool classResult = false;
+    for (const ORVString& name : *names) {
+        ORVSmrPtr<CSubscriberList> list;
+        if (_subscriberTable.find(name, list)) {
+            classResult = list->notify(indication);
+        }
+    }
+    return classResult;
+}
+
+void CIndicationManager::_routeThroughClassTree(const ORVSmrPtr<IOrvoIndication>& indication) {
+    ORVSmrPtr<IOrvoObject> object;
+    {
+        const velm::ClassManagerReadGuard classManager;
+        object = indication->getObject();
+        const ORVString className = object->getClassName();
+        ORVSmrPtr<CCIMOMClass> node;
+        if (!className.isNull()) {
+            node = classManager->lookup(className);
+        }
+        if (node.IsNull()) {
+            node = classManager->lookup(velm::catchAllClassName);
+        }
+        node->notify(indication);
+    }
+    if (indication->getType() == IOrvoIndication::IndicationDestruction) {
+        // Other readers may be walking the table and this very list.
+        _subscriberTable.retire(object->getInstanceName()->toString());
+    }
+}

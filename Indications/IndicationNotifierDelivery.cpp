@@ -1,0 +1,270 @@
+#include "Indications/IndicationNotifierDelivery.h"
+
+#include "foundation/cimxml/ORVCIMMessage.h"
+#include "foundation/http/ORVGenericHTTPIStream.h"
+#include "foundation/http/ORVGenericHTTPOStream.h"
+#include "foundation/http/ORVHTTPClient.h"
+#include "foundation/http/ORVHTTPCodes.h"
+#include "foundation/http/ORVHTTPResponse.h"
+#include "foundation/services/CIMUtil.h"
+#include "foundation/utilities/CI_ExFatal.h"
+#include "foundation/utilities/ORVXMLError.h"
+#include "foundation/utilities/OrvoBaseException.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+
+using velm::logDeliveryLine;
+
+namespace {
+
+constexpr int remoteTimeout = 30000;   // milliseconds
+constexpr long answerTimeout = 30000;  // milliseconds
+
+/// One request and its answer; gives everything back in a fixed order, the connection last.
+struct Exchange {
+    std::optional<ORVHTTPClient> client;
+    std::unique_ptr<std::ostream> request;
+    std::unique_ptr<ORVGenericHTTPIStream> response;
+
+    void open(const ORVString& url, bool isLocal) {
+        if (isLocal) {
+            client.emplace(url, ORVHTTPClient::defaultTimeout, false);
+        } else {
+            client.emplace(url, true, true, remoteTimeout, true);
+        }
+        std::ostream* out = nullptr;
+        response.reset(client->connect(ORVHTTPCodes::Post, "/indication", &out));
+        request.reset(out);
+    }
+
+    ~Exchange() {
+        response.reset();
+        request.reset();
+        if (client) {
+            client->disconnect();
+        }
+    }
+};
+
+void logFire(const ORVString& message) {
+    logDeliveryLine("CIndicationNotifier::_fire", message, OrvoTraceLog::SeverityDetail);
+}
+
+void logAnswer(const ORVString& message) {
+    logDeliveryLine("CIndicationNotifier::execute", message, OrvoTraceLog::SeverityError);
+}
+
+ORVString nameOf(const ORVString& host, const ORVString& port) {
+    return host + ":" + port;
+}
+
+/// Runs the handling of a failure to its end. A failure of the handling changes nothing about the first one,
+/// and nobody is left to tell.
+template <class Handling>
+void handleFailure(Handling handling) noexcept {
+    try {
+        handling();
+    } catch (...) {
+    }
+}
+
+/// Logs why a delivery failed; `unknown` is the text for what is no network failure. Scripts that watch the
+/// log match the joined word. Requires: an exception is being handled.
+void logFireFailure(const ORVString& destination, const char* unknown) {
+    try {
+        throw;
+    } catch (const ORVNetException& exception) {
+        logFire("Caught the following exception attemptingto stream an indication to " + destination + " - " +
+                exception.getMessage());
+    } catch (...) {
+        logFire(unknown + destination);
+    }
+}
+
+/// Logs why an answer could not be judged. Requires: an exception is being handled.
+void logAnswerFailure(const ORVString& destination) {
+    try {
+        throw;
+    } catch (const ORVNetException& exception) {
+        logFire("Caught the following exception attemptingto read an indication response from " +
+                destination + " - " + exception.getMessage());
+    } catch (const ORVXMLError& error) {
+        logAnswer("Caught an XML error while parsing an export method response: " + error.GetErrorMessage());
+    } catch (...) {
+        logAnswer("Caught an Unknown exception parsing an export method response.");
+    }
+}
+
+/// Whether the listener answered with a return value of 0; logs the error when it answered with one.
+bool isGoodAnswer(const ORVCIMMessage& message, const ORVString& destination) {
+    const auto simpleExpRsp = message.getSimpleExpRsp();
+    if (simpleExpRsp.IsNull()) {
+        return false;
+    }
+    const auto methodResponse = simpleExpRsp->getMethodResponse();
+    if (methodResponse.IsNull()) {
+        return false;
+    }
+    const auto returnValue = methodResponse->getReturnValue();
+    if (!returnValue.IsNull()) {
+        return returnValue->getValue()->getSint32() == 0;
+    }
+    const auto error = methodResponse->getError();
+    if (!error.IsNull()) {
+        logAnswer("An error was returned in the indication response from " + destination + " - " +
+                  error->getDescription());
+    }
+    return false;
+}
+
+}  // namespace
+
+void CIndicationNotifier::CDelivery::_fireindications(ORVSmrPtr<CSubscriber>& subscriber,
+                                                      IndicationList& indications) {
+    unsigned int waiting = indications->entries();
+    for (ORVValSlistIterator<ORVSmrPtr<IOrvoIndication>> iter(*indications); ++iter;) {
+        --waiting;
+        if (_fire(subscriber, iter.key())) {
+            continue;
+        }
+        if (waiting != 0) {
+            const auto id = subscriber->getSubscriberID();
+            logDeliveryLine("CIndicationNotifier::_fireindications",
+                            "Dropped " + ORVString(std::to_string(waiting)) + " indication(s) queued for " +
+                                nameOf(id->getHostName(), id->getPortNumber()) +
+                                " because an earlier one failed",
+                            OrvoTraceLog::SeverityDetail);
+        }
+        return;
+    }
+}
+
+bool CIndicationNotifier::CDelivery::_fire(ORVSmrPtr<CSubscriber>& subscriber,
+                                           ORVSmrPtr<IOrvoIndication>& indication) {
+    auto connection = subscriber->getNetworkConnection();
+    return connection.IsNull() ? _fireNonPersistent(subscriber, indication)
+                               : _firePersistent(subscriber, indication, connection);
+}
+
+bool CIndicationNotifier::CDelivery::_fireNonPersistent(ORVSmrPtr<CSubscriber>& subscriber,
+                                                        ORVSmrPtr<IOrvoIndication>& indication) {
+    ORVString host = subscriber->getSubscriberID()->getHostName();
+    ORVString port = subscriber->getSubscriberID()->getPortNumber();
+    ORVString localHost = subscriber->getLocalHostName();
+    ORVString localPort = subscriber->getLocalPortNumber();
+
+    bool isDelivered = false;
+    bool isLocal = true;
+    // Outlives the handling of a failure: the connection is closed after the manager was told, not before.
+    Exchange exchange;
+    try {
+        isLocal = _isLocalAddress(host, 0);
+        exchange.open("http://" + nameOf(host, port), isLocal);
+        _requireResponseStream(exchange.response.get());
+        exchange.response->getTransport().setReceiveTimeout(answerTimeout);
+
+        _fireXMLHeader(exchange.request.get(), indication, false);
+        _fireXML(exchange.request.get(), indication, localHost, localPort, false);
+        _fireXMLTrailer(exchange.request.get(), indication, false);
+        _handleFireResponse(exchange.response.get(), host, port);
+        isDelivered = true;
+        _logIndication(host, port, indication);
+    } catch (...) {
+        handleFailure([&] {
+            logFireFailure(nameOf(host, port),
+                           "Caught an Unknown exception attemptingto stream an indication to ");
+            if (!isLocal) {
+                _removeSubscriber(*subscriber, false, false);
+            }
+        });
+    }
+    return isDelivered;
+}
+
+bool CIndicationNotifier::CDelivery::_firePersistent(ORVSmrPtr<CSubscriber>& subscriber,
+                                                     ORVSmrPtr<IOrvoIndication>& indication,
+                                                     ORVSmrPtr<CSubscriberNetworkConnection>& connection) {
+    ORVString host = subscriber->getSubscriberID()->getHostName();
+    ORVString port = subscriber->getSubscriberID()->getPortNumber();
+    ORVString localHost = subscriber->getLocalHostName();
+    ORVString localPort = subscriber->getLocalPortNumber();
+
+    bool isDelivered = false;
+    ORVSmrPtr<ORVGenericHTTPOStream> stream;
+    try {
+        stream = connection->getOutputStream();
+        std::ostream* out = &*stream;
+        _firePersistentHTTPHeader(out);
+        _fireXMLHeader(out, indication, true);
+        _fireXML(out, indication, localHost, localPort, true);
+        _fireXMLTrailer(out, indication, true);
+        isDelivered = true;
+        _logIndication(host, port, indication);
+    } catch (...) {
+        handleFailure([&] {
+            // Scripts that watch the log tell the two ways apart by the blank in this text.
+            logFireFailure(nameOf(host, port),
+                           "Caught an Unknown exception attempting to stream an indication to ");
+            if (!stream.IsNull()) {
+                // The manager may keep the subscriber: its next message must not begin inside this one.
+                stream->discard();
+            }
+            _removeSubscriber(*subscriber, true, true);
+        });
+    }
+    return isDelivered;
+}
+
+void CIndicationNotifier::CDelivery::_firePersistentHTTPHeader(std::ostream* out) {
+    // The subscriber reads the export request as the response to the request with which it opened the
+    // channel.
+    *out << "HTTP/1.1 200 OK" << ORVHTTPCodes::CRLF;
+    *out << "CIMOperation: MethodResponse" << ORVHTTPCodes::CRLF;
+    *out << "Content-Type: application/xml; charset=\"utf-8\"" << ORVHTTPCodes::CRLF;
+    dynamic_cast<ORVGenericHTTPOStream&>(*out).completeHeader();
+}
+
+void CIndicationNotifier::CDelivery::_fireXMLHeader(std::ostream* out,
+                                                    ORVSmrPtr<IOrvoIndication>& /*indication*/,
+                                                    bool /*persistent*/) {
+    CIMUtil::StreamMessageHeader(*out, 0);
+}
+
+void CIndicationNotifier::CDelivery::_fireXML(std::ostream* out, ORVSmrPtr<IOrvoIndication>& indication,
+                                              ORVString& localHost, ORVString& localPort, bool persistent) {
+    CIMUtil::StreamIndication(*out, *indication, localHost, localPort, true, persistent);
+}
+
+void CIndicationNotifier::CDelivery::_fireXMLTrailer(std::ostream* out,
+                                                     ORVSmrPtr<IOrvoIndication>& /*indication*/,
+                                                     bool /*persistent*/) {
+    CIMUtil::StreamMessageTrailer(*out);
+    dynamic_cast<ORVGenericHTTPOStream&>(*out).send();
+}
+
+void CIndicationNotifier::CDelivery::_handleFireResponse(std::istream* in, ORVString& host, ORVString& port) {
+    try {
+        const ORVString destination = nameOf(host, port);
+        auto& stream = dynamic_cast<ORVGenericHTTPIStream&>(*in);
+        ORVHTTPResponse().readResponseFrom(stream);
+        const ORVCIMMessage message(stream, false, true);
+        if (!isGoodAnswer(message, destination)) {
+            logAnswer("An improper method response was received from : " + destination);
+        }
+    } catch (...) {
+        handleFailure([&] { logAnswerFailure(nameOf(host, port)); });
+    }
+}
+
+void CIndicationNotifier::CDelivery::_requireResponseStream(const std::istream* in) {
+    if (in) {
+        return;
+    }
+    const auto text = [](const char* value) { return CI_String(value, CI_String::NPOS); };
+    // Support looks the case up by this place and code.
+    CI_ExFatal(426, text("Indications/IndicationNotifier"), 0xC902, text("istr != NULL"), CI_String::none,
+               CI_String::none, CI_String::none, CI_String::none, CI_String::none)
+        .throwThis();
+}

@@ -1,0 +1,168 @@
+#pragma once
+
+#include "foundation/Export.h"
+#include "foundation/handles/ORVAtomicInt.h"
+
+#include <atomic>
+#include <cstddef>
+#include <memory>
+#include <utility>
+
+/// What the handles share that does not depend on the type of the object.
+class VELM_EXPORT ORVSmrPtrImpl {
+public:
+    /// Throws ORVNullPointerException, whose message is `operation` ("operator->()" or "operator*()").
+    [[noreturn]] static void raiseNullPointer(const char* operation);
+};
+
+/// The shared record behind the handles to one object.
+///
+/// `ownCount` counts the handles that share the record. `objectCount` counts the records, of whatever handle
+/// type, that refer to the object; it is shared by them and lives on the heap.
+template <class T>
+struct SmartPointerPointee {
+    ORVAtomicInt ownCount{1};
+    ORVAtomicInt& objectCount;
+    std::atomic<T*> object;
+
+    SmartPointerPointee(ORVAtomicInt& sharedObjectCount, T* pointee) noexcept
+        : objectCount(sharedObjectCount), object(pointee) {}
+};
+
+template <class T>
+class ORVSmrPtr;
+
+template <class To, class From>
+void ForceCopySmrPtr(ORVSmrPtr<To>& target, const ORVSmrPtr<From>& source);
+
+/// A counted handle: the one way in which this system holds a shared object.
+///
+/// Threads: handles to one object may be copied and released on different threads; one handle must not be
+/// changed by one thread while another uses it. Ownership: the object is deleted, through its virtual
+/// destructor, when the last handle of every typed view is gone. Making two handles from the same raw pointer
+/// deletes the object twice. Failure: `operator->` and `operator*` of a null handle throw
+/// ORVNullPointerException.
+template <class T>
+class ORVSmrPtr {
+public:
+    /// A null handle: it owns a record whose object is null.
+    ORVSmrPtr(std::nullptr_t = nullptr) : _pointee(_newRecord(nullptr)) {}
+
+    /// Takes ownership of `object`, which may be null. Deletes it when the record cannot be made.
+    explicit ORVSmrPtr(T* object) : _pointee(_newRecord(object)) {}
+
+    ORVSmrPtr(const ORVSmrPtr& other) noexcept : _pointee(other._pointee) { _retain(); }
+
+    /// Leaves `other` referring to nothing.
+    ORVSmrPtr(ORVSmrPtr&& other) noexcept : _pointee(std::exchange(other._pointee, nullptr)) {}
+
+    ~ORVSmrPtr() { _Release(); }
+
+    ORVSmrPtr& operator=(const ORVSmrPtr& other) noexcept {
+        if (_pointee != other._pointee) {
+            ORVSmrPtr copy(other);
+            copy._swap(*this);
+        }
+        return *this;
+    }
+
+    ORVSmrPtr& operator=(ORVSmrPtr&& other) noexcept {
+        ORVSmrPtr(std::move(other))._swap(*this);
+        return *this;
+    }
+
+    /// Releases the object held so far and takes ownership of `object`, which may be null.
+    ORVSmrPtr& operator=(T* object) {
+        _Release();
+        _pointee = _newRecord(object);
+        return *this;
+    }
+
+    ORVSmrPtr& operator=(std::nullptr_t) { return *this = static_cast<T*>(nullptr); }
+
+    bool IsNull() const noexcept { return Get() == nullptr; }
+
+    /// The object, unchecked: null for a null handle.
+    T* Get() const noexcept { return _pointee ? _pointee->object.load(std::memory_order_acquire) : nullptr; }
+
+    operator void*() const noexcept { return const_cast<void*>(static_cast<const void*>(Get())); }
+
+    T* operator->() const { return _checked("operator->()"); }
+    T& operator*() const { return *_checked("operator*()"); }
+
+    /// Replaces the object in the shared record, for every handle that shares it. The counts stay and the
+    /// former object is not deleted: `Set(nullptr)` detaches an object that somebody else is about to
+    /// destroy. Handles that ForceCopySmrPtr split off have a record of their own and keep their object.
+    void Set(T* object) noexcept {
+        if (_pointee) {
+            _pointee->object.store(object, std::memory_order_release);
+        }
+    }
+
+    /// True when both refer to the same address; the records may differ.
+    friend bool operator==(const ORVSmrPtr& left, const ORVSmrPtr& right) noexcept {
+        return left.Get() == right.Get();
+    }
+
+private:
+    using Pointee = SmartPointerPointee<T>;
+
+    template <class To, class From>
+    friend void ForceCopySmrPtr(ORVSmrPtr<To>& target, const ORVSmrPtr<From>& source);
+
+    static Pointee* _newRecord(T* object) {
+        std::unique_ptr<T> guard(object);
+        auto objectCount = std::make_unique<ORVAtomicInt>(1);
+        auto* record = new Pointee(*objectCount, object);
+        static_cast<void>(objectCount.release());
+        static_cast<void>(guard.release());
+        return record;
+    }
+
+    void _retain() noexcept {
+        if (_pointee) {
+            _pointee->ownCount.atomicInc();
+        }
+    }
+
+    void _Release() noexcept {
+        Pointee* record = std::exchange(_pointee, nullptr);
+        if (!record || record->ownCount.atomicDec() != 0) {
+            return;
+        }
+        if (record->objectCount.atomicDec() == 0) {
+            delete &record->objectCount;
+            delete record->object.load(std::memory_order_acquire);
+        }
+        delete record;
+    }
+
+    void _swap(ORVSmrPtr& other) noexcept { std::swap(_pointee, other._pointee); }
+
+    T* _checked(const char* operation) const {
+        T* object = Get();
+        if (!object) {
+            ORVSmrPtrImpl::raiseNullPointer(operation);
+        }
+        return object;
+    }
+
+    Pointee* _pointee;
+};
+
+/// A checked downcast that keeps one ownership.
+///
+/// When the object of `source` is a `To`, `target` releases its own record and gets a new one that shares the
+/// count of the object; otherwise `target` is left as it was, and nothing is raised.
+template <class To, class From>
+void ForceCopySmrPtr(ORVSmrPtr<To>& target, const ORVSmrPtr<From>& source) {
+    To* object = dynamic_cast<To*>(source.Get());
+    if (!object) {
+        return;
+    }
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDelete): the analyzer does not follow the counts.
+    auto* record = new SmartPointerPointee<To>(source._pointee->objectCount, object);
+    record->objectCount.atomicInc();
+    target._Release();
+    target._pointee = record;
+}

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "foundation/object_model/IOrvoObject.h"
+
+#include <vector>
+
+/// The one implementation of IOrvoObject. Filled by one thread, then shared and only read.
+class VELM_EXPORT COrvoObject : public IOrvoObject {
+public:
+    COrvoObject(const ORVString& className, const ORVSmrPtr<IOrvoInstanceName>& instanceName);
+
+    /// A copy of `other`. With `deep` embedded instances are copied too, otherwise they are shared with
+    /// `other`; values and names are immutable and always shared.
+    COrvoObject(const IOrvoObject& other, bool deep);
+    ~COrvoObject() override;
+
+    /// Adds a property, or replaces the value of one with the same name. Throws ORVNullPointerException for a
+    /// null `value`.
+    void setProperty(const ORVString& name, const ORVSmrPtr<IOrvoValue>& value);
+
+    ORVString getClassName() const override;
+    ORVSmrPtr<IOrvoInstanceName> getInstanceName() const override;
+    unsigned int getPropertyCount() const override;
+    ORVSmrPtr<IOrvoProperty> getProperty(unsigned int position) const override;
+    ORVSmrPtr<IOrvoProperty> getProperty(const ORVString& name) const override;
+
+private:
+    ORVString _className;
+    ORVSmrPtr<IOrvoInstanceName> _instanceName;
+    std::vector<ORVSmrPtr<IOrvoProperty>> _properties;
+    std::size_t _referenceCount = 0;
+};

@@ -1,0 +1,78 @@
+#pragma once
+
+#include "foundation/containers/ORVValSlist.h"
+#include "foundation/handles/ORVSmrPtr.h"
+#include "foundation/object_model/IOrvoIndication.h"
+#include "foundation/subscribers/CSubscriberID.h"
+#include "foundation/subscribers/CSubscriberNetworkConnection.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <mutex>
+
+/// A subscriber: its identity, how it reaches the server, its persistent channel if it has one, and the queue
+/// of indications that wait for delivery.
+///
+/// Threads: every operation may be called on any thread at any time.
+///
+/// The queue is bounded by "VELM"/"MaxQueuedIndications" (default 100000, 0 for no bound): past it the oldest
+/// indication is dropped and counted, and the first drop of each burst is logged. A burst ends when the queue
+/// is handed over; the number dropped in it is logged then.
+class VELM_EXPORT CSubscriber {
+public:
+    using Clock = std::chrono::steady_clock::time_point (*)();
+    using IndicationList = ORVSmrPtr<ORVValSlist<ORVSmrPtr<IOrvoIndication>>>;
+
+    /// `localHostName` and `localPortNumber` are the server's address as the subscriber knows it.
+    /// `connection` is a null handle for a subscriber that listens on a port of its own. `clock` tells the
+    /// time for the expiry.
+    CSubscriber(ORVSmrPtr<CSubscriberID> subscriberID, const ORVString& localHostName,
+                const ORVString& localPortNumber, ORVSmrPtr<CSubscriberNetworkConnection> connection,
+                Clock clock = &std::chrono::steady_clock::now);
+    CSubscriber(const CSubscriber&) = delete;
+    CSubscriber& operator=(const CSubscriber&) = delete;
+    virtual ~CSubscriber();
+
+    ORVSmrPtr<CSubscriberID> getSubscriberID() const { return _subscriberID; }
+    ORVString getLocalHostName() const { return _localHostName; }
+    ORVString getLocalPortNumber() const { return _localPortNumber; }
+    ORVSmrPtr<CSubscriberNetworkConnection> getNetworkConnection() const { return _connection; }
+
+    /// Queues `indication` for delivery.
+    virtual void notify(ORVSmrPtr<IOrvoIndication> indication);
+
+    /// Hands over what is queued, oldest first, and empties the queue. A null handle when nothing is queued.
+    virtual IndicationList getIndications();
+
+    /// Takes note of a sign of life.
+    virtual void updateTimeStamp();
+
+    /// Whether the subscriber has expired: it has a persistent channel or has sent a heartbeat, and none came
+    /// for "VELM"/"SubscriberTimeout" seconds (default 900; 0 never). Or whether its persistent channel is
+    /// closed: nothing can reach it any more, whatever the time-out.
+    virtual bool isOutOfDate() const;
+
+    /// Indications queued since the subscriber exists, dropped ones included.
+    std::uint64_t getQueuedCount() const noexcept { return _queuedCount.load(std::memory_order_relaxed); }
+    /// Indications dropped because the queue was full.
+    std::uint64_t getDroppedCount() const noexcept { return _droppedCount.load(std::memory_order_relaxed); }
+
+private:
+    const ORVSmrPtr<CSubscriberID> _subscriberID;
+    const ORVString _localHostName;
+    const ORVString _localPortNumber;
+    const ORVSmrPtr<CSubscriberNetworkConnection> _connection;
+    const Clock _clock;
+    const std::chrono::seconds _timeout;
+    const unsigned int _maxQueued;
+
+    std::atomic<bool> _canExpire;
+    std::atomic<std::chrono::steady_clock::rep> _lastSign;
+    std::atomic<std::uint64_t> _queuedCount{0};
+    std::atomic<std::uint64_t> _droppedCount{0};
+
+    std::mutex _queueLock;
+    IndicationList _queue;
+    std::uint64_t _droppedInBurst = 0;
+};

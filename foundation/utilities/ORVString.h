@@ -1,0 +1,80 @@
+#pragma once
+
+#include "foundation/Export.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <iosfwd>
+#include <string_view>
+
+/// An immutable text in a shared, counted buffer; copies are cheap.
+///
+/// The null string (nothing was named) is distinct from the empty one: `null == ""` is false, `null == null`
+/// is true. Equality compares bytes, case included; letter case is folded for ASCII letters only. A null
+/// string reads as empty text everywhere else. Text is UTF-8 by convention; nothing here checks it.
+///
+/// Threads: strings that share a buffer may be used and released on different threads; one string must not be
+/// assigned while another thread uses it. Failure: only std::bad_alloc.
+class VELM_EXPORT ORVString {
+public:
+    enum CompareMode { caseSensitive, caseInsensitive };
+
+    /// The null string.
+    ORVString() noexcept = default;
+    /// A copy of `text`, which ends with a zero byte; a null pointer gives the null string.
+    ORVString(const char* text);
+    /// A copy of `text`, which may hold any bytes. A default-constructed view gives the null string.
+    ORVString(std::string_view text);
+    ORVString(const ORVString& other) noexcept;
+    ORVString(ORVString&& other) noexcept;
+    ~ORVString();
+
+    ORVString& operator=(const ORVString& other) noexcept;
+    ORVString& operator=(ORVString&& other) noexcept;
+    ORVString& operator=(const char* text);
+
+    bool isNull() const noexcept { return _buffer == nullptr; }
+    /// The number of bytes; 0 for the null string.
+    std::size_t length() const noexcept;
+
+    /// The text with a zero byte behind it, valid as long as any string shares the buffer; "" for the null
+    /// string.
+    const char* data() const noexcept;
+    const char* buffer() const noexcept { return data(); }
+    std::string_view view() const noexcept { return {data(), length()}; }
+
+    /// Negative, 0 or positive as this text stands before, with or after `text`, byte by byte.
+    int compareTo(const ORVString& text, CompareMode mode = caseSensitive) const noexcept;
+
+    /// Concatenation; like operator+ it never gives a null string.
+    ORVString& operator+=(const ORVString& text);
+
+    /// A copy with the letters A to Z turned to a to z; the null string stays null.
+    ORVString toLower() const;
+
+    /// The empty, non-null string.
+    static ORVString emptyString();
+
+    friend VELM_EXPORT bool operator==(const ORVString& left, const ORVString& right) noexcept;
+    friend bool operator!=(const ORVString& left, const ORVString& right) noexcept {
+        return !(left == right);
+    }
+    friend VELM_EXPORT ORVString operator+(const ORVString& left, const ORVString& right);
+    friend VELM_EXPORT std::ostream& operator<<(std::ostream& stream, const ORVString& text);
+
+    friend VELM_EXPORT std::uint32_t hashKeyORVString(const ORVString& key) noexcept;
+    friend VELM_EXPORT std::uint32_t hashKeyORVStringToLower(const ORVString& key) noexcept;
+
+private:
+    struct Buffer;
+
+    explicit ORVString(Buffer* buffer) noexcept : _buffer(buffer) {}
+
+    Buffer* _buffer = nullptr;
+};
+
+/// A hash of the bytes of `key`, computed once per buffer.
+VELM_EXPORT std::uint32_t hashKeyORVString(const ORVString& key) noexcept;
+
+/// A hash that ignores the case of ASCII letters, computed once per buffer.
+VELM_EXPORT std::uint32_t hashKeyORVStringToLower(const ORVString& key) noexcept;

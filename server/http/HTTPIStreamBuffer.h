@@ -1,0 +1,48 @@
+#pragma once
+
+#include "foundation/http/ORVGenericHTTPIStream.h"
+
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <streambuf>
+#include <string>
+#include <string_view>
+
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/http/buffer_body.hpp>
+#include <boost/beast/http/parser.hpp>
+
+/// What stands behind an ORVGenericHTTPIStream: a response is begun by readHead() and its body is then what
+/// the stream yields. Used by one thread, with one transport, which must outlive it. Reading throws
+/// ORVNetException.
+class ORVGenericHTTPIStream::Buffer : public std::streambuf {
+public:
+    using Head = boost::beast::http::response_header<>;
+
+    explicit Buffer(ORVHTTPTransport& transport) : _transport(transport) {}
+
+    /// Reads the next head, 1xx included. The result is valid until the next call.
+    /// Requires: the body of the response before was read to its end.
+    const Head& readHead();
+
+protected:
+    int_type underflow() override;
+
+private:
+    using Parser = boost::beast::http::response_parser<boost::beast::http::buffer_body>;
+
+    std::string_view _pending() const;
+    bool _receiveMore();
+    std::string _takeHead();
+    std::size_t _readBody();
+    [[noreturn]] void _fail(std::string_view part, std::string_view problem) const;
+
+    /// Framing is read whole: one line that describes a chunk, or all trailers, must fit.
+    static constexpr std::size_t _maxInput = std::size_t{256} * 1024;
+
+    ORVHTTPTransport& _transport;
+    boost::beast::flat_buffer _input{_maxInput};
+    std::optional<Parser> _parser;
+    std::array<char, 16384> _body;
+};

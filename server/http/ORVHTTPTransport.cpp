@@ -1,0 +1,219 @@
+#include "foundation/http/ORVHTTPTransport.h"
+
+#include "foundation/utilities/OrvoBaseException.h"
+#include "server/http/Connecting.h"
+#include "server/http/Deadline.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <climits>
+#include <fcntl.h>
+#include <mutex>
+#include <poll.h>
+#include <sstream>
+#include <string>
+#include <sys/socket.h>
+#include <system_error>
+#include <unistd.h>
+
+#include <boost/asio/ip/tcp.hpp>
+#include <fmt/format.h>
+
+using velm::Deadline;
+
+namespace {
+
+constexpr long defaultSendTimeout = 30000;
+
+enum class Outcome { done, late, broken };
+
+std::string describePeer(int socket) {
+    boost::asio::ip::tcp::endpoint peer;
+    auto size = static_cast<socklen_t>(peer.capacity());
+    const bool isKnown = ::getpeername(socket, peer.data(), &size) == 0;
+    const int family = isKnown ? peer.data()->sa_family : AF_UNSPEC;
+    if (family != AF_INET && family != AF_INET6) {
+        return "an unnamed peer";
+    }
+    std::ostringstream text;
+    text << peer;
+    return text.str();
+}
+
+/// False when the deadline passed first.
+bool waitUntilReady(int socket, short events, const Deadline& deadline) {
+    for (;;) {
+        pollfd watched{socket, events, 0};
+        const int count = ::poll(&watched, 1, deadline.pollTimeout());
+        if (count > 0 || (count < 0 && errno != EINTR)) {
+            return true;
+        }
+        if (count == 0 && deadline.hasPassed()) {
+            return false;
+        }
+    }
+}
+
+bool isTransient(int error) {
+    return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
+}
+
+}  // namespace
+
+/// The descriptor stays open until destruction: a thread still using it must not meet another connection
+/// under the same number. It is driven by plain system calls, which a sender, a receiver and a closer may
+/// make side by side; socket objects of Asio allow one of them at a time.
+struct ORVHTTPTransport::State {
+    explicit State(int connected) : socket(connected), peer(describePeer(connected)) {}
+
+    Outcome sendAll(std::string_view bytes, const Deadline& deadline) const;
+    bool hasUnreadBytes() const;
+    [[noreturn]] void fail(const char* where, std::string_view action, std::string_view cause,
+                           int code) const;
+    [[noreturn]] void failClosed(const char* where, std::string_view action) const {
+        fail(where, action, "the connection was closed", ENOTCONN);
+    }
+
+    const int socket;
+    const std::string peer;
+    std::mutex sendTurn;
+    std::atomic<bool> isClosed{false};
+    std::atomic<bool> hasReceived{false};
+    std::atomic<long> sendTimeout{defaultSendTimeout};
+    std::atomic<long> receiveTimeout{0};
+    std::atomic<Deadline> receiveDeadline{Deadline()};
+};
+
+Outcome ORVHTTPTransport::State::sendAll(std::string_view bytes, const Deadline& deadline) const {
+    while (!bytes.empty()) {
+        const ssize_t size = ::send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (size >= 0) {
+            bytes.remove_prefix(static_cast<std::size_t>(size));
+        } else if (!isTransient(errno)) {
+            return Outcome::broken;
+        } else if (!waitUntilReady(socket, POLLOUT, deadline)) {
+            return Outcome::late;
+        }
+    }
+    return Outcome::done;
+}
+
+bool ORVHTTPTransport::State::hasUnreadBytes() const {
+    char byte;
+    return ::recv(socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT) > 0;
+}
+
+void ORVHTTPTransport::State::fail(const char* where, std::string_view action, std::string_view cause,
+                                   int code) const {
+    throw ORVNetException(where, ORVString(fmt::format("{} {} failed: {}", action, peer, cause)), code);
+}
+
+ORVHTTPTransport::ORVHTTPTransport(int socket) : _state(std::make_unique<State>(socket)) {
+    ::fcntl(socket, F_SETFD, FD_CLOEXEC);
+}
+
+ORVHTTPTransport::~ORVHTTPTransport() {
+    ::close(_state->socket);
+}
+
+std::unique_ptr<ORVHTTPTransport> ORVHTTPTransport::connect(const ORVString& host, const ORVString& port,
+                                                            long timeout) {
+    return std::make_unique<ORVHTTPTransport>(
+        velm::connectSocket(std::string(host.view()), std::string(port.view()), timeout));
+}
+
+void ORVHTTPTransport::setSendTimeout(long milliseconds) {
+    _state->sendTimeout = milliseconds;
+}
+
+void ORVHTTPTransport::setReceiveTimeout(long milliseconds) {
+    _state->receiveTimeout = milliseconds;
+    _state->receiveDeadline = Deadline::after(milliseconds);
+}
+
+void ORVHTTPTransport::send(std::string_view bytes) {
+    _send(bytes, false);
+}
+
+void ORVHTTPTransport::sendRequest(std::string_view bytes) {
+    _send(bytes, true);
+}
+
+void ORVHTTPTransport::_send(std::string_view bytes, bool mayBeAnsweredEarly) {
+    constexpr const char* where = "ORVHTTPTransport::send";
+    constexpr const char* action = "Sending to";
+    const std::lock_guard turn(_state->sendTurn);
+    const long timeout = _state->sendTimeout;
+    const Outcome outcome =
+        _state->isClosed ? Outcome::broken : _state->sendAll(bytes, Deadline::after(timeout));
+    if (outcome == Outcome::done) {
+        return;
+    }
+    const int error = errno;
+    if (_state->isClosed) {
+        _state->failClosed(where, action);
+    }
+    if (mayBeAnsweredEarly && _state->hasUnreadBytes()) {
+        return;
+    }
+    close();
+    if (outcome == Outcome::late) {
+        _state->fail(where, action, fmt::format("timed out after {} ms", timeout), ETIMEDOUT);
+    }
+    _state->fail(where, action, std::system_category().message(error), error);
+}
+
+std::size_t ORVHTTPTransport::receive(char* buffer, std::size_t size) {
+    constexpr const char* where = "ORVHTTPTransport::receive";
+    constexpr const char* action = "Receiving from";
+    const Deadline deadline = _state->receiveDeadline;
+    ssize_t received = -1;
+    do {
+        if (!_state->isClosed &&
+            (deadline.hasPassed() || !waitUntilReady(_state->socket, POLLIN, deadline))) {
+            close();
+            _state->fail(where, action, fmt::format("timed out after {} ms", _state->receiveTimeout.load()),
+                         ETIMEDOUT);
+        }
+        received = ::recv(_state->socket, buffer, size, MSG_DONTWAIT);
+    } while (received < 0 && isTransient(errno));
+
+    const int error = errno;
+    if (_state->isClosed) {
+        _state->failClosed(where, action);
+    }
+    if (received < 0) {
+        close();
+        _state->fail(where, action, std::system_category().message(error), error);
+    }
+    _state->hasReceived = true;
+    return static_cast<std::size_t>(received);
+}
+
+void ORVHTTPTransport::close() noexcept {
+    if (!_state->isClosed.exchange(true)) {
+        ::shutdown(_state->socket, SHUT_RDWR);
+    }
+}
+
+void ORVHTTPTransport::closeAfterPeer(long milliseconds) noexcept {
+    const Deadline deadline = Deadline::after(milliseconds);
+    std::array<char, 4096> dropped;
+    bool isOpen = milliseconds > 0 && _state->hasReceived && !_state->isClosed;
+    while (isOpen && !deadline.hasPassed() && waitUntilReady(_state->socket, POLLIN, deadline)) {
+        const ssize_t size = ::recv(_state->socket, dropped.data(), dropped.size(), MSG_DONTWAIT);
+        isOpen = size > 0 || (size < 0 && isTransient(errno));
+    }
+    close();
+}
+
+int ORVHTTPTransport::nativeHandle() const noexcept {
+    return _state->isClosed ? -1 : _state->socket;
+}
+
+ORVString ORVHTTPTransport::getPeer() const {
+    return ORVString(_state->peer);
+}

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "foundation/object_model/IOrvoClass.h"
+#include "server/object_model/SchemaReader.h"
+
+#include <mutex>
+
+namespace velm {
+
+/// A class of a repository, tied to its neighbours by counted handles.
+///
+/// The handles of a class and its subclasses form a circle that keeps itself alive until unlink() opens it.
+/// From then on the class answers as a root without subclasses; name and association are kept.
+///
+/// Threads: any number at once.
+class RepositoryClass final : public IOrvoClass {
+public:
+    using List = ORVValSlist<ORVSmrPtr<IOrvoClass>>;
+
+    /// `file` is what messages call the origin of the class.
+    RepositoryClass(const ClassDeclaration& declaration, const ORVString& file)
+        : _declaration(declaration), _file(file) {}
+
+    ORVString getName() const override { return _declaration.name; }
+    ORVSmrPtr<IOrvoClass> getSuperClass() const override;
+    ORVSmrPtr<List> getSubClasses() const override;
+    bool isAssociation() const override;
+
+    const ClassDeclaration& declaration() const { return _declaration; }
+    const ORVString& file() const { return _file; }
+
+    /// Replaces the neighbours; null handles where there are none.
+    void link(const ORVSmrPtr<IOrvoClass>& superClass, const ORVSmrPtr<List>& subClasses, bool isAssociation);
+    void unlink() { link(nullptr, nullptr, isAssociation()); }
+
+private:
+    const ClassDeclaration _declaration;
+    const ORVString _file;
+
+    mutable std::mutex _mutex;
+    // Guarded by _mutex.
+    ORVSmrPtr<IOrvoClass> _superClass;
+    ORVSmrPtr<List> _subClasses;
+    bool _isAssociation = false;
+};
+
+}  // namespace velm

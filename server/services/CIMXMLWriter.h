@@ -1,0 +1,73 @@
+#pragma once
+
+#include "foundation/object_model/IOrvoInstanceName.h"
+#include "foundation/object_model/IOrvoObject.h"
+#include "foundation/object_model/IOrvoProperty.h"
+#include "foundation/object_model/IOrvoValue.h"
+#include "server/services/XMLText.h"
+
+#include <string>
+#include <string_view>
+
+namespace velm {
+
+/// Appends CIM elements to a text: instances, properties, values and references (DSP0201).
+///
+/// One thread uses it; the text must outlive it. Failure: what the object model throws, with half an element
+/// left in the text.
+class CIMXMLWriter {
+public:
+    enum class References { withNamespace, withoutNamespace };
+
+    /// Instances embedded deeper than this are written as NULL. Each level multiplies the cost of an escaped
+    /// character, and an object that contains itself would have no end.
+    static constexpr unsigned int maxEmbedding = 16;
+
+    explicit CIMXMLWriter(std::string& xml, References references = References::withNamespace)
+        : _xml(xml), _references(references) {}
+    CIMXMLWriter(const CIMXMLWriter&) = delete;
+    CIMXMLWriter& operator=(const CIMXMLWriter&) = delete;
+
+    /// Markup that the caller knows to be right.
+    void tags(std::string_view tags) { appendXMLTags(_xml, tags, _depth); }
+
+    void text(std::string_view text) { appendXMLText(_xml, text, XMLContext::element, _depth); }
+    void attributeText(std::string_view text) { appendXMLText(_xml, text, XMLContext::attribute, _depth); }
+
+    /// PROPERTY with one VALUE. `type` is the CIM name of the type.
+    void property(std::string_view name, std::string_view type, std::string_view value);
+
+    /// PROPERTY with an instance embedded in its VALUE.
+    void embeddedProperty(std::string_view name, const IOrvoObject& instance);
+
+    /// INSTANCE with all properties of `object`. Its class name is that of its instance name when it has none
+    /// itself.
+    void instance(const IOrvoObject& object);
+
+    /// PROPERTY, PROPERTY.ARRAY or PROPERTY.REFERENCE, without a value inside when it is NULL. No such
+    /// element holds an array of references: that becomes an array of strings, each an instance name's text.
+    void property(const IOrvoProperty& property);
+
+    /// VALUE, VALUE.ARRAY, VALUE.REFERENCE or VALUE.REFARRAY; nothing for a NULL value.
+    void value(const IOrvoValue& value);
+
+    /// What stands inside VALUE. Requires: `value` is neither NULL, nor a reference, nor an array.
+    void valueText(const IOrvoValue& value);
+
+private:
+    void _property(std::string_view name, const IOrvoValue& value);
+    void _openProperty(std::string_view element, std::string_view name, std::string_view type);
+    void _array(const IOrvoValue& array, bool asText);
+    void _reference(const IOrvoInstanceName& name);
+    void _namespacePath(std::string_view nameSpace);
+    void _instanceName(const IOrvoInstanceName& name);
+    void _keyBinding(const COrvoKeyBinding& key);
+    void _embedded(const IOrvoObject& instance);
+    bool _isAbsent(const IOrvoValue& value) const;
+
+    std::string& _xml;
+    const References _references;
+    unsigned int _depth = 0;
+};
+
+}  // namespace velm

@@ -1,0 +1,3 @@
+#include "foundation/services/ORVLog.h"
+
+IORVLogObserver::~IORVLogObserver() = default;

@@ -1,0 +1,3 @@
+#include "foundation/services/IOrvoTransaction.h"
+
+IOrvoTransaction::~IOrvoTransaction() = default;

@@ -1,0 +1,4 @@
+#include "foundation/subscribers/ISubscriberManager.h"
+
+ISubscriberManager::ISubscriberManager() = default;
+ISubscriberManager::~ISubscriberManager() = default;
