@@ -82,6 +82,9 @@ void CIndicationNotifier::CDelivery::_callManager(Operation operation) {
     ORVSmrPtr<ISubscriberManager> manager;
     {
         const std::lock_guard lock(_managerGate);
+        if (_isDetached) {
+            return;
+        }
         manager = _subscriberManager;
         _isInsideManager = true;
         _deliveryThread = std::this_thread::get_id();
@@ -134,10 +137,7 @@ void CIndicationNotifier::CDelivery::_pass() {
 CIndicationNotifier::CDelivery::SubscriberList CIndicationNotifier::CDelivery::_getCurrentSubscribers() {
     {
         const std::lock_guard lock(_managerGate);
-        if (_isDetached) {
-            return nullptr;
-        }
-        if (_subscriberManager.IsNull()) {
+        if (!_isDetached && _subscriberManager.IsNull()) {
             logDeliveryLine(executeLocation, "_subscriberManager is NULL", OrvoTraceLog::SeverityError);
         }
     }

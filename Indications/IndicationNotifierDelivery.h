@@ -83,16 +83,16 @@ private:
     /// ORVNullPointerException when the notifier was given no manager.
     SubscriberList _getCurrentSubscribers();
 
-    /// Asks the manager to remove `subscriber`. Throws ORVNullPointerException when there is no manager (any
-    /// more).
+    /// Asks the manager to remove `subscriber`; does nothing once the manager is detached. Throws
+    /// ORVNullPointerException when the notifier was given no manager.
     void _removeSubscriber(const CSubscriber& subscriber, bool informConnectionMonitor,
                            bool cleanupDeletedSubscribers);
 
     const LocalAddressTest _isLocalAddress;
     std::latch _taken{1};
 
-    /// Calls `operation` with the manager; detachManager() waits until it has returned. No lock is held
-    /// meanwhile, because the manager may call providers.
+    /// Calls `operation` with the manager unless it is detached; detachManager() waits until it has returned.
+    /// No lock is held meanwhile, because the manager may call providers.
     template <class Operation>
     void _callManager(Operation operation);
 
