@@ -13,11 +13,11 @@ void HostServer::load(const std::string& path, const velm::ProviderContext& cont
     if (!_library) {
         throw std::runtime_error(dlerror());
     }
-    const auto create = reinterpret_cast<velm::CreateProvider>(dlsym(_library, velm::createProviderSymbol));
-    _provider = create ? create(&context) : nullptr;
-    if (!_provider) {
-        throw std::runtime_error(path + (create ? ": the provider refused; see the log" : " is no provider"));
+    const auto entry = reinterpret_cast<velm::ProviderEntry>(dlsym(_library, velm::providerEntrySymbol));
+    if (!entry || entry()->interfaceVersion != velm::providerInterfaceVersion) {
+        throw std::runtime_error(path + (entry ? ": built for another host" : " is no provider"));
     }
+    _provider = entry()->create(context);
 }
 
 void HostServer::unload() noexcept {

@@ -98,8 +98,7 @@ void Quickstart::_startHost() {
     _manager = std::make_unique<CIndicationManager>(_server);
     _manager->enableIndications();
     CIndicationNotifier::logIndications(true);
-    _server.load(_places.provider,
-                 {velm::providerInterfaceVersion, _manager->getSmartSubscriber(), nameSpace, _files.c_str()});
+    _server.load(_places.provider, {_manager->getSmartSubscriber(), nameSpace, _files.c_str()});
 }
 
 void Quickstart::_openChannel() {

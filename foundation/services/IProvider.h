@@ -1,7 +1,10 @@
 #pragma once
 
+#include "foundation/containers/ORVValSlist.h"
 #include "foundation/handles/ORVSmrPtr.h"
 #include "foundation/object_model/IOrvoIndication.h"
+#include "foundation/object_model/IOrvoInstanceName.h"
+#include "foundation/object_model/IOrvoObject.h"
 #include "foundation/object_model/IOrvoSubscriber.h"
 #include "foundation/object_model/IOrvoSubscriptionFilter.h"
 #include "foundation/object_model/IOrvoValue.h"
@@ -42,6 +45,17 @@ public:
     virtual ORVSmrPtr<IOrvoObject> getInstance(const ORVString& nameSpace,
                                                ORVSmrPtr<IOrvoInstanceName> instanceName,
                                                ORVSmrPtr<IOrvoTransaction> transaction) = 0;
+
+    using InstanceNames = ORVSmrPtr<ORVValSlist<ORVSmrPtr<IOrvoInstanceName>>>;
+
+    /// The classes whose instances the provider knows, subclasses not included; asked once, when it is
+    /// loaded. The list is the caller's. An empty one, the default, leaves it to the host to find out.
+    virtual ORVSmrPtr<ORVValSlist<ORVString>> getClassNames();
+
+    /// The names of the present instances of `className`, which is one of getClassNames(). The list is the
+    /// caller's. A null handle, the default, says that the provider cannot enumerate.
+    virtual InstanceNames enumerateInstanceNames(const ORVString& nameSpace, const ORVString& className,
+                                                 ORVSmrPtr<IOrvoTransaction> transaction);
 };
 
 }  // namespace velm

@@ -3,7 +3,7 @@
 #include "foundation/object_model/COrvoValue.h"
 #include "foundation/utilities/ORVXMLError.h"
 #include "foundation/utilities/OrvoBaseException.h"
-#include "server/cimxml/SecureXMLReader.h"
+#include "server/xml/SecureXMLReader.h"
 
 #include <array>
 #include <charconv>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "foundation/utilities/ORVString.h"
-#include "server/cimxml/SecureXMLReader.h"
+#include "server/xml/SecureXMLReader.h"
 
 #include <cstdint>
 #include <functional>

@@ -1,6 +1,6 @@
 #include "foundation/services/CIMUtil.h"
 
-#include "server/services/CIMXMLWriter.h"
+#include "server/xml/CIMXMLWriter.h"
 
 #include <atomic>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #include "foundation/object_model/COrvoDebugTools.h"
 #include "foundation/object_model/COrvoIndication.h"
 #include "foundation/services/CIMUtil.h"
-#include "server/services/CIMXMLWriter.h"
+#include "server/xml/CIMXMLWriter.h"
 
 #include <charconv>
 #include <chrono>

@@ -6,4 +6,14 @@ IProvider::IProvider() = default;
 
 IProvider::~IProvider() = default;
 
+ORVSmrPtr<ORVValSlist<ORVString>> IProvider::getClassNames() {
+    return ORVSmrPtr<ORVValSlist<ORVString>>(new ORVValSlist<ORVString>);
+}
+
+IProvider::InstanceNames IProvider::enumerateInstanceNames(const ORVString& /*nameSpace*/,
+                                                           const ORVString& /*className*/,
+                                                           ORVSmrPtr<IOrvoTransaction> /*transaction*/) {
+    return nullptr;
+}
+
 }  // namespace velm

@@ -1,6 +1,6 @@
 #include "server/services/LogText.h"
 
-#include "server/services/Utf8.h"
+#include "server/xml/Utf8.h"
 
 namespace velm {
 

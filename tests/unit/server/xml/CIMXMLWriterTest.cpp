@@ -1,4 +1,4 @@
-#include "server/services/CIMXMLWriter.h"
+#include "server/xml/CIMXMLWriter.h"
 
 #include "foundation/object_model/COrvoInstanceName.h"
 #include "foundation/object_model/COrvoObject.h"

@@ -1,6 +1,6 @@
-#include "server/services/XMLText.h"
+#include "server/xml/XMLText.h"
 
-#include "server/services/Utf8.h"
+#include "server/xml/Utf8.h"
 
 #include <array>
 #include <cstddef>

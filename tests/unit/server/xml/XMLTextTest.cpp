@@ -1,4 +1,4 @@
-#include "server/services/XMLText.h"
+#include "server/xml/XMLText.h"
 
 #include <string>
 #include <string_view>

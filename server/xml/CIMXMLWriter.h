@@ -4,7 +4,7 @@
 #include "foundation/object_model/IOrvoObject.h"
 #include "foundation/object_model/IOrvoProperty.h"
 #include "foundation/object_model/IOrvoValue.h"
-#include "server/services/XMLText.h"
+#include "server/xml/XMLText.h"
 
 #include <string>
 #include <string_view>

@@ -1,4 +1,4 @@
-#include "server/services/CIMXMLWriter.h"
+#include "server/xml/CIMXMLWriter.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "server/cimxml/SecureXMLReader.h"
+#include "server/xml/SecureXMLReader.h"
 
 #include "foundation/utilities/ORVXMLError.h"
 #include "foundation/utilities/OrvoBaseException.h"

@@ -1,4 +1,4 @@
-#include "server/services/Utf8.h"
+#include "server/xml/Utf8.h"
 
 namespace velm {
 

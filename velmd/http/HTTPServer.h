@@ -1,0 +1,101 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace velm {
+
+/// What a client may cost.
+struct HTTPLimits {
+    /// Bytes of the start line and the headers of one request. Larger is answered with 431.
+    std::size_t maxHeaderBytes = 16 * 1024;
+    /// Bytes of the body of one request, chunked or not. Larger is answered with 413.
+    std::size_t maxBodyBytes = 16 * 1024 * 1024;
+    /// Open connections; past it a new one is answered with 503 and closed.
+    std::size_t maxConnections = 20'000;
+    /// Between two requests on one connection.
+    std::chrono::milliseconds idleTimeout{300'000};
+    /// For the head of a request from its first byte, and then for its body: a slow client is let go.
+    std::chrono::milliseconds requestTimeout{60'000};
+    /// For writing a response, as long as the client reads nothing of it.
+    std::chrono::milliseconds writeTimeout{60'000};
+    /// Requests that wait for an operation thread, over all connections; past it a request is answered with
+    /// 503.
+    std::size_t maxWaitingRequests = 1'000;
+};
+
+/// A request, complete.
+struct HTTPRequest {
+    std::string method;
+    std::string target;
+    /// In the order and spelling of the client.
+    std::vector<std::pair<std::string, std::string>> headers;
+    std::string body;
+    /// The server's address as this client reached it.
+    std::string localAddress;
+    std::uint16_t localPort = 0;
+    std::string peerAddress;
+
+    /// The value of the first header with this name, letter case ignored; null when there is none.
+    const std::string* header(std::string_view name) const;
+};
+
+struct HTTPResponse {
+    unsigned int status = 200;
+    /// Content-Length, Date, Server and Connection are the server's to add.
+    std::vector<std::pair<std::string, std::string>> headers;
+    std::string body;
+    /// Set: nothing is answered; the connection's socket is handed over instead, after every earlier response
+    /// was written. The function owns the descriptor (blocking mode) and must not throw.
+    std::function<void(int socket)> takeOver;
+};
+
+/// Serves HTTP/1.0 and 1.1 (RFC 9112) on loopback addresses: keep-alive, pipelining in order,
+/// Expect: 100-continue, Content-Length and chunked bodies. What is malformed, ambiguous in its framing or
+/// past a limit is answered with 400, 413, 431, 501 or 505 and closed.
+///
+/// Threads: one runs all connections; `workers` call the handler. Any thread may call the operations.
+/// Failure: the constructor throws std::system_error that names the address that cannot be bound.
+class HTTPServer {
+public:
+    /// Called on a worker. What it throws is logged and answered with 500.
+    using Handler = std::function<HTTPResponse(const HTTPRequest&)>;
+
+    struct Options {
+        /// Literal loopback addresses.
+        std::vector<std::string> addresses{"127.0.0.1", "::1"};
+        /// 0: the kernel chooses one, the same for all addresses.
+        std::uint16_t port = 5988;
+        unsigned int workers = 4;
+        HTTPLimits limits;
+        /// The Server header.
+        std::string name = "velmd";
+    };
+
+    /// Listens, and serves from now on.
+    HTTPServer(Options options, Handler handler);
+    HTTPServer(const HTTPServer&) = delete;
+    HTTPServer& operator=(const HTTPServer&) = delete;
+    /// As stop() with no time to spare.
+    ~HTTPServer();
+
+    std::uint16_t port() const noexcept;
+    std::size_t connectionCount() const noexcept;
+
+    /// Accepts no more, lets requests that are complete be answered, and closes; what is not done after
+    /// `patience` is cut off. Returns the number of requests cut off. May be called twice.
+    std::size_t stop(std::chrono::milliseconds patience);
+
+private:
+    class Impl;
+    std::unique_ptr<Impl> _impl;
+};
+
+}  // namespace velm
