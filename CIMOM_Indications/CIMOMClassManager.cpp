@@ -83,6 +83,24 @@ CCIMOMClassManager* CCIMOMClassManager::getInstance() noexcept {
     return _cimomClassManager;
 }
 
+bool CCIMOMClassManager::addClass(const ORVString& className, const ORVString& superClassName) {
+    ORVLockGuard guard(_classManagerLock, ORVLockGuard::forWriting);
+    guard.enter();
+    if (!lookup(className).IsNull()) {
+        return true;
+    }
+    const ORVSmrPtr<CCIMOMClass> parent =
+        lookup(superClassName.isNull() ? ORVString(CCIMOMClass::CatchAllClassName) : superClassName);
+    if (parent.IsNull()) {
+        return false;
+    }
+    const ORVSmrPtr<CCIMOMClass> node(new CCIMOMClass(
+        className, parent, ORVSmrPtr<CCIMOMSubscription>(new CCIMOMSubscription(classBucketCount))));
+    insert(node);
+    parent->addChildClass(node);
+    return true;
+}
+
 void CCIMOMClassManager::insert(ORVSmrPtr<CCIMOMClass> node) {
     _classMap.insert(node->getClassName().toLower(), node);
 }

@@ -33,6 +33,11 @@ public:
     /// Null until initialize() has run. Owned by the process.
     VELM_EXPORT static CCIMOMClassManager* getInstance() noexcept;
 
+    /// Adds a class that the repository learned of after initialize(), below its superclass; the null string
+    /// stands for none. Does nothing for a class that is there, and answers false when the superclass is
+    /// not. Takes the write lock itself.
+    VELM_EXPORT bool addClass(const ORVString& className, const ORVString& superClassName);
+
     CCIMOMClassManager(const CCIMOMClassManager&) = delete;
     CCIMOMClassManager& operator=(const CCIMOMClassManager&) = delete;
 

@@ -48,6 +48,10 @@ void CIndicationNotifier::detachManager() noexcept {
     _delivery->detachManager();
 }
 
+CIndicationNotifier::Progress CIndicationNotifier::getProgress() const noexcept {
+    return _delivery->getProgress();
+}
+
 void CIndicationNotifier::execute() {
     const ORVSmrPtr<CDelivery> delivery = _delivery;
     standAlone();
@@ -117,7 +121,19 @@ void CIndicationNotifier::CDelivery::run() {
     }
 }
 
+CIndicationNotifier::Progress CIndicationNotifier::CDelivery::getProgress() const noexcept {
+    // The end is read first: a pass that begins in between shows as one that has not ended.
+    const std::uint64_t ended = _passesEnded.load();
+    return {_passesBegun.load(), ended, _inHand.load()};
+}
+
 void CIndicationNotifier::CDelivery::_pass() {
+    ++_passesBegun;
+    const auto end = [](CDelivery* delivery) {
+        delivery->_inHand = 0;
+        ++delivery->_passesEnded;
+    };
+    const std::unique_ptr<CDelivery, decltype(end)> guard(this, end);
     const SubscriberList subscribers = _getCurrentSubscribers();
     if (subscribers.IsNull()) {
         return;
@@ -130,6 +146,7 @@ void CIndicationNotifier::CDelivery::_pass() {
         IndicationList indications = iter.key()->getIndications();
         if (!indications.IsNull()) {
             _fireindications(iter.key(), indications);
+            _inHand = 0;
         }
     }
 }

@@ -6,6 +6,8 @@
 #include "foundation/utilities/ORVString.h"
 #include "foundation/utilities/ORVThread.h"
 
+#include <cstdint>
+
 /// The one thread that sends queued indications to their subscribers, and the log of what it sent.
 ///
 /// Once a second it asks the manager for the current subscribers, takes each one's queue and sends it in
@@ -42,6 +44,16 @@ public:
     /// never for the network. May be called twice. Requires: no lock that the manager takes in
     /// `removeSubscriber` or `getCurrentSubscribers`.
     void detachManager() noexcept;
+
+    /// How far the thread is with its work. Nothing is being delivered when as many passes have ended as have
+    /// begun.
+    struct Progress {
+        std::uint64_t passesBegun;
+        std::uint64_t passesEnded;
+        /// Indications taken from a queue whose delivery has not ended yet.
+        std::uint64_t inHand;
+    };
+    Progress getProgress() const noexcept;
 
     /// Switches the recording of deliveries in the indications log on or off, for all notifiers of this
     /// process, from the next delivery on. It starts switched off. Neither opens nor closes the file.

@@ -125,7 +125,7 @@ void CIndicationNotifier::CDelivery::_fireindications(ORVSmrPtr<CSubscriber>& su
                                                       IndicationList& indications) {
     unsigned int waiting = indications->entries();
     for (ORVValSlistIterator<ORVSmrPtr<IOrvoIndication>> iter(*indications); ++iter;) {
-        --waiting;
+        _inHand = waiting--;
         if (_fire(subscriber, iter.key())) {
             continue;
         }

@@ -11,7 +11,9 @@
 #include "foundation/utilities/ORVSemaphore.h"
 #include "foundation/utilities/ORVString.h"
 
+#include <atomic>
 #include <condition_variable>
+#include <cstdint>
 #include <ctime>
 #include <istream>
 #include <latch>
@@ -45,6 +47,7 @@ public:
 
     void shutdown();
     void detachManager() noexcept;
+    Progress getProgress() const noexcept;
 
 protected:
     /// Sends what the current subscribers have queued. Throws what keeps it from going on.
@@ -103,6 +106,11 @@ private:
     bool _isDetached = false;
     bool _isInsideManager = false;
     std::thread::id _deliveryThread;
+
+    // Written by the delivery thread alone. A pass counts as begun before the first queue is taken.
+    std::atomic<std::uint64_t> _passesBegun{0};
+    std::atomic<std::uint64_t> _passesEnded{0};
+    std::atomic<std::uint64_t> _inHand{0};
 
     ORVSemaphore _shutdownSemaphore{0};
 };

@@ -1,27 +1,25 @@
 #pragma once
 
+#include "examples/client/WBEMClient.h"
 #include "examples/listener/ExportMessage.h"
 
 #include <functional>
-#include <memory>
 #include <string>
 
-/// A subscriber that receives its export messages on a connection that it opened itself.
+/// A subscriber that keeps a connection open instead of listening.
 ///
 /// It asks the server for a channel (RegisterNotificationChannel), and from then on each export message
 /// arrives on that connection in the form of an HTTP response. Heartbeats go out on connections of their own.
-/// Used by one thread. Failure: std::system_error or std::runtime_error when the server cannot be reached,
-/// refuses, or ends the channel.
+/// Used by one thread. Failure: as WBEMClient.
 class ChannelClient {
 public:
     using Receive = std::function<void(const ExportMessage&)>;
 
-    /// Registers as subscriber `host`:`port`, session `session`, at the server.
-    ChannelClient(const std::string& serverHost, const std::string& serverPort, unsigned int session);
-    ~ChannelClient();
+    /// Registers at the server, under the address of this end of the connection and `session`.
+    ChannelClient(std::string serverHost, std::string serverPort, unsigned int session);
 
-    /// The identity of the server's run, from its response.
-    const std::string& serverSession() const;
+    std::string host() const { return _channel.localAddress(); }
+    std::string port() const { return _channel.localPort(); }
 
     /// Tells the server that this subscriber is alive.
     void sendHeartBeat();
@@ -30,6 +28,10 @@ public:
     void run(const Receive& receive);
 
 private:
-    struct State;
-    std::unique_ptr<State> _state;
+    WBEMClient::Parameters _identity() const;
+
+    const std::string _serverHost;
+    const std::string _serverPort;
+    const unsigned int _session;
+    WBEMClient _channel;
 };

@@ -23,7 +23,7 @@ int openChannel(const std::string& server, unsigned int session) {
         throw CLI::ValidationError("--channel", "'" + server + "' is not HOST:PORT");
     }
     ChannelClient client(server.substr(0, colon), server.substr(colon + 1), session);
-    std::cout << "channel open, server session " << client.serverSession() << std::endl;
+    std::cout << "channel open as " << client.host() << " port " << client.port() << std::endl;
     client.sendHeartBeat();
     client.run(print);
     std::cout << "channel closed by the server" << std::endl;

@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-/// A program running in a process of its own, whose output is handed over line by line.
+/// A program running in a process of its own, whose output and errors are handed over line by line.
 ///
 /// Threads: `onLine` is called on a thread of this object. The destructor ends the process with SIGTERM and
 /// waits for it. Failure: the constructor throws std::system_error.

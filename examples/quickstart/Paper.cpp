@@ -32,13 +32,3 @@ bool Paper::waitFor(const std::string& who, const std::vector<std::string>& word
     std::unique_lock guard(_lock);
     return _added.wait_for(guard, patience, [&] { return std::ranges::any_of(_lines, fits); });
 }
-
-void Paper::onLog(const ORVLogRecord& record) noexcept {
-    if (record.component == "FileWatchProvider") {
-        try {
-            add("provider", record.message.data());
-        } catch (...) {
-            // The line is in the log all the same.
-        }
-    }
-}

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "foundation/services/ORVLog.h"
-
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -9,9 +7,9 @@
 #include <vector>
 
 /// The page that the reader sees: what the quickstart does, and every line that a listener, the channel or
-/// the provider adds to it. It remembers the lines, so that the quickstart can wait for one. Any thread may
+/// the server adds to it. It remembers the lines, so that the quickstart can wait for one. Any thread may
 /// call it.
-class Paper : public IORVLogObserver {
+class Paper {
 public:
     /// Leaves `path` out wherever a line names it. Requires: called before the first line.
     void abbreviate(const std::string& path) { _leftOut = path; }
@@ -19,15 +17,13 @@ public:
     /// A heading: something that the quickstart does.
     void act(const std::string& text);
 
-    /// A line from `who`: "listener", "channel" or "provider".
+    /// A line from `who`: "listener", "channel" or "server".
     void add(const std::string& who, const std::string& text);
 
     /// Waits up to `patience` for a line from `who` that holds every one of `words`; answers whether it came.
     /// Lines are counted from the last act().
     bool waitFor(const std::string& who, const std::vector<std::string>& words,
                  std::chrono::milliseconds patience);
-
-    void onLog(const ORVLogRecord& record) noexcept override;
 
 private:
     struct Line {

@@ -1,18 +1,12 @@
 #include "examples/quickstart/Quickstart.h"
 
-#include "CIMOM_Indications/CIMOMClassManager.h"
-#include "Indications/IndicationNotifier.h"
-#include "foundation/object_model/COrvoInstanceName.h"
-#include "foundation/object_model/COrvoRepository.h"
-#include "foundation/object_model/COrvoValue.h"
-#include "foundation/services/VELMConfigManager.h"
-
 #include <fstream>
 #include <future>
 #include <iostream>
 #include <stdexcept>
-#include <unistd.h>
+#include <utility>
 
+#include <boost/algorithm/string/replace.hpp>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -20,146 +14,147 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const char* nameSpace = "root/kob/talmora";
+using Parameters = WBEMClient::Parameters;
+
 constexpr const char* dataFile = "CIM_DataFile";
 constexpr auto patience = std::chrono::seconds(5);
 constexpr unsigned int listenerSession = 1;
 constexpr unsigned int channelSession = 2;
 
-ORVSmrPtr<IOrvoValue> className(const char* name) {
-    return ORVSmrPtr<IOrvoValue>(new COrvoValue(name));
+Parameters operator+(Parameters left, const Parameters& right) {
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
 }
 
-ORVSmrPtr<IOrvoValue> referenceTo(const ORVSmrPtr<IOrvoInstanceName>& name) {
-    return ORVSmrPtr<IOrvoValue>(new COrvoValue(name));
+Parameters kind(const char* type) {
+    return {{"IndicationType", WBEMClient::value(type)}};
 }
 
-/// A name without keys stands for every instance of the class.
-ORVSmrPtr<IOrvoInstanceName> everyInstanceOf(const char* name) {
-    return ORVSmrPtr<IOrvoInstanceName>(new COrvoInstanceName(nameSpace, name, {}));
+Parameters ofClass(const char* name) {
+    return {{"ClassName", WBEMClient::className(name)}};
 }
 
 void append(const fs::path& path, const char* text) {
     std::ofstream(path, std::ios::app) << text;
 }
 
+/// The first INSTANCENAME in a response.
+std::string instanceNameIn(const std::string& document) {
+    const std::string end = "</INSTANCENAME>";
+    const auto first = document.find("<INSTANCENAME ");
+    const auto last = document.find(end);
+    if (first == std::string::npos || last == std::string::npos) {
+        throw std::runtime_error("the provider does not know the directory");
+    }
+    return document.substr(first, last + end.size() - first);
+}
+
+/// Runs a program whose lines go to `onLine`; the future has the first that holds `words`.
+std::shared_future<std::string> run(std::optional<ChildProcess>& program,
+                                    const std::vector<std::string>& command, const std::string& words,
+                                    std::function<void(const std::string&)> onLine) {
+    auto said = std::make_shared<std::promise<std::string>>();
+    auto isSaid = std::make_shared<bool>(false);
+    std::shared_future<std::string> line = said->get_future().share();
+    program.emplace(command, [=, onLine = std::move(onLine)](const std::string& text) {
+        onLine(text);
+        if (!*isSaid && text.find(words) != std::string::npos) {
+            *isSaid = true;
+            said->set_value(text);
+        }
+    });
+    return line;
+}
+
 }  // namespace
 
 Quickstart::Quickstart(Places places) : _places(std::move(places)), _files(_places.workDirectory / "files") {
     fs::create_directories(_files);
+    // The server loads nothing that somebody else could have written, which a build folder may allow.
+    const fs::path safe = _places.workDirectory / "providers";
+    fs::copy(_places.providers, safe);
+    for (const auto& entry : fs::directory_iterator(safe)) {
+        fs::permissions(entry, fs::perms::group_write | fs::perms::others_write, fs::perm_options::remove);
+    }
+    fs::permissions(safe, fs::perms::group_write | fs::perms::others_write, fs::perm_options::remove);
+    _places.providers = safe;
     _paper.abbreviate(_files.parent_path().string() + "/");
 }
 
-Quickstart::~Quickstart() {
-    _door.reset();
-    _server.unload();
-    _manager.reset();
-    ORVLog::setObserver(nullptr);
-}
-
 void Quickstart::begin() {
-    _openLogs();
+    _startServer();
     _startListener();
-    _startHost();
     _openChannel();
     _subscribe();
 }
 
-void Quickstart::_openLogs() {
-    ORVLog::open((_places.workDirectory / "server.log").c_str());
-    ORVLog::setObserver(&_paper);
-    VELMConfigManager::getInstance()->setString("Log", "LogDir", _places.workDirectory.c_str());
+std::string Quickstart::_waitForStart(const std::shared_future<std::string>& line, const std::string& words,
+                                      const std::string& program) {
+    if (line.wait_for(patience) != std::future_status::ready) {
+        throw std::runtime_error(program + " did not start");
+    }
+    const std::string text = line.get();
+    return text.substr(text.find(words) + words.size());
+}
+
+void Quickstart::_startServer() {
+    _paper.act("The server starts, with a provider that watches " + _files.string() + ".");
+    const std::string words = "Serving on port ";
+    const auto serving = run(_server,
+                             {_places.serverProgram, "--state-dir", _places.workDirectory / "state", "--port",
+                              "0", "--set", "Providers.Directory=" + _places.providers.string(), "--set",
+                              "Providers.file_watch=" + _files.string()},
+                             words, [this](const std::string& line) {
+                                 for (const char* interesting : {"Serving on", "Told to"}) {
+                                     const auto found = line.find(interesting);
+                                     if (found != std::string::npos) {
+                                         _paper.add("server", line.substr(found));
+                                     }
+                                 }
+                             });
+    const std::string rest = _waitForStart(serving, words, "the server");
+    _serverPort = rest.substr(0, rest.find(' '));
+    _client = std::make_unique<WBEMClient>("127.0.0.1", _serverPort);
 }
 
 void Quickstart::_startListener() {
     _paper.act("A listener starts in a process of its own.");
-    auto port = std::make_shared<std::promise<std::string>>();
-    _listener.emplace(std::vector<std::string>{_places.listenerProgram},
-                      [this, port](const std::string& line) {
-                          _paper.add("listener", line);
-                          if (line.starts_with("listening")) {
-                              port->set_value(line.substr(line.rfind(' ') + 1));
-                          }
-                      });
-    std::future<std::string> chosen = port->get_future();
-    if (chosen.wait_for(patience) != std::future_status::ready) {
-        throw std::runtime_error("the listener did not start");
-    }
-    _listenerID = new CSubscriberID("127.0.0.1", ORVString(chosen.get()), listenerSession);
-}
-
-void Quickstart::_startHost() {
-    _paper.act("This process loads the indication library and a provider that watches " + _files.string() +
-               ".");
-    auto* repository = new COrvoRepository;
-    const ORVSmrPtr<IOrvoRepository> repositoryHandle(repository);
-    repository->loadFile(_places.schema.c_str(), nameSpace);
-    CCIMOMClassManager::initialize(repositoryHandle);
-    _manager = std::make_unique<CIndicationManager>(_server);
-    _manager->enableIndications();
-    CIndicationNotifier::logIndications(true);
-    _server.load(_places.provider, {_manager->getSmartSubscriber(), nameSpace, _files.c_str()});
+    const std::string words = "listening on 127.0.0.1 port ";
+    const auto listening = run(_listener, {_places.listenerProgram}, words,
+                               [this](const std::string& line) { _paper.add("listener", line); });
+    _listenerID =
+        WBEMClient::subscriber("127.0.0.1", _waitForStart(listening, words, "the listener"), listenerSession);
 }
 
 void Quickstart::_openChannel() {
-    _paper.act("A second client opens a persistent channel to this process, and sends a heartbeat.");
-    auto opened = std::make_shared<std::promise<ORVSmrPtr<CSubscriberID>>>();
-    _door.emplace(*_manager, [this, opened](const std::string& what, const CSubscriberID& who) {
-        _paper.add("server", fmt::format("{} {}", who.toString().data(), what));
-        if (what == "opened a channel") {
-            opened->set_value(ORVSmrPtr<CSubscriberID>(new CSubscriberID(who)));
-        }
-    });
-    std::future<ORVSmrPtr<CSubscriberID>> client = opened->get_future();
-    _channel.emplace(std::vector<std::string>{_places.listenerProgram, "--channel",
-                                              fmt::format("127.0.0.1:{}", _door->port()), "--session",
-                                              std::to_string(channelSession)},
-                     [this](const std::string& line) { _paper.add("channel", line); });
-    if (client.wait_for(patience) != std::future_status::ready ||
-        !_paper.waitFor("server", {"sent a heartbeat"}, patience)) {
-        throw std::runtime_error("the channel was not opened");
-    }
-    _channelID = client.get();
-}
-
-ORVSmrPtr<IOrvoInstanceName> Quickstart::_nameOf(const char* name, const fs::path& path) const {
-    COrvoInstanceName::KeyBindings keys;
-    std::string host(256, '\0');
-    gethostname(host.data(), host.size() - 1);
-    const auto add = [&](const char* key, const char* value) {
-        keys.append({key, ORVSmrPtr<IOrvoValue>(new COrvoValue(value))});
-    };
-    add("CSCreationClassName", "CIM_ComputerSystem");
-    add("CSName", host.c_str());
-    add("FSCreationClassName", "CIM_LocalFileSystem");
-    add("FSName", "local");
-    add("CreationClassName", name);
-    add("Name", path.c_str());
-    return ORVSmrPtr<IOrvoInstanceName>(new COrvoInstanceName(nameSpace, name, keys));
+    _paper.act("A second client opens a channel: a connection on which the server writes to it.");
+    const std::string words = "channel open as 127.0.0.1 port ";
+    const auto open = run(_channel,
+                          {_places.listenerProgram, "--channel", "127.0.0.1:" + _serverPort, "--session",
+                           std::to_string(channelSession)},
+                          words, [this](const std::string& line) { _paper.add("channel", line); });
+    _channelID =
+        WBEMClient::subscriber("127.0.0.1", _waitForStart(open, words, "the channel"), channelSession);
 }
 
 void Quickstart::_subscribe() {
-    const ORVString host = "127.0.0.1";
-    const ORVString port = ORVString(std::to_string(_door->port()));
-    const ORVSmrPtr<IOrvoInstanceName> notes = _nameOf(dataFile, _files / "notes.txt");
-    ORVSmrPtr<IOrvoValue> none;
-    ORVSmrPtr<IOrvoValue> files = className(dataFile);
-    ORVSmrPtr<IOrvoValue> directory = referenceTo(_nameOf("CIM_Directory", _files));
-    ORVSmrPtr<IOrvoValue> notesReference = referenceTo(notes);
+    const std::string directory =
+        instanceNameIn(_client->call("EnumerateInstanceNames", ofClass("CIM_Directory")));
+    // The name of a file that is not there yet is like that of its directory.
+    std::string notes = boost::algorithm::replace_all_copy(directory, "CIM_Directory", dataFile);
+    boost::algorithm::replace_all(notes, _files.string(), (_files / "notes.txt").string());
 
     _paper.act(
         "The listener subscribes to changes, creations and destructions of every CIM_DataFile,\n"
-        "and to files being added to this directory.");
-    _manager->subscribe(_listenerID, everyInstanceOf(dataFile), nullptr, IOrvoIndication::IndicationChange,
-                        host, port, true);
-    _manager->subscribe(_listenerID, files, none, none, IOrvoIndication::IndicationCreation, host, port);
-    _manager->subscribe(_listenerID, files, none, none, IOrvoIndication::IndicationDestruction, host, port);
-    _manager->subscribe(_listenerID, none, directory, files, IOrvoIndication::IndicationAddition, host, port);
+        "to files being added to this directory, and to the creation of every CIM_System.");
+    const Parameters ends{{"EndOne", directory}, {"EndTwo", WBEMClient::className(dataFile)}};
+    _client->call("Subscribe", _listenerID + kind("Change") + ofClass(dataFile));
+    _client->call("Subscribe", _listenerID + kind("Creation") + ofClass(dataFile));
+    _client->call("Subscribe", _listenerID + kind("Addition") + ends);
+    _client->call("Subscribe", _listenerID + kind("Creation") + ofClass("CIM_System"));
 
-    _paper.act("The channel subscribes to the change and the destruction of one file: notes.txt.");
-    _manager->subscribe(_channelID, notes, nullptr, IOrvoIndication::IndicationChange, host, port, false);
-    _manager->subscribe(_channelID, notesReference, none, none, IOrvoIndication::IndicationDestruction, host,
-                        port);
+    _paper.act("The channel subscribes to the change of one file: notes.txt.");
+    _client->call("Subscribe", _channelID + kind("Change") + Parameters{{"InstanceName", notes}});
 }
 
 bool Quickstart::play() {
@@ -180,13 +175,21 @@ bool Quickstart::play() {
     fs::rename(notes, archive);
     complete &= _expect({{"listener", {"Destruction", dataFile, "notes.txt"}},
                          {"listener", {"Creation", dataFile, "archive.txt"}},
-                         {"listener", {"Addition", "CIM_DirectoryContainsFile", "archive.txt"}},
-                         {"channel", {"Destruction", dataFile, "notes.txt"}}});
+                         {"listener", {"Addition", "CIM_DirectoryContainsFile", "archive.txt"}}});
 
-    _paper.act("> delete archive.txt");
-    fs::remove(archive);
-    complete &= _expect({{"listener", {"Destruction", dataFile, "archive.txt"}}});
+    _paper.act("> a client creates an instance of CIM_ComputerSystem in the server's repository");
+    _createComputer();
+    complete &= _expect({{"listener", {"Creation", "CIM_ComputerSystem", "moon"}}});
     return complete;
+}
+
+void Quickstart::_createComputer() {
+    const auto property = [](const char* name, const char* text) {
+        return fmt::format(R"(<PROPERTY NAME="{}" TYPE="string"><VALUE>{}</VALUE></PROPERTY>)", name, text);
+    };
+    _client->call("CreateInstance", {{"NewInstance", "<INSTANCE CLASSNAME=\"CIM_ComputerSystem\">" +
+                                                         property("CreationClassName", "CIM_ComputerSystem") +
+                                                         property("Name", "moon") + "</INSTANCE>"}});
 }
 
 bool Quickstart::_expect(const std::vector<Expectation>& expectations) {
@@ -202,44 +205,23 @@ bool Quickstart::_expect(const std::vector<Expectation>& expectations) {
 }
 
 void Quickstart::stay() {
-    _paper.act("Now create, change, rename and delete files in " + _files.string() +
-               "\nand watch what arrives. Press Enter to end.");
+    _paper.act(
+        fmt::format("Now create, change, rename and delete files in {}\n"
+                    "and watch what arrives. The server listens on 127.0.0.1 port {}. Press Enter to end.",
+                    _files.string(), _serverPort));
     std::string line;
     std::getline(std::cin, line);
 }
 
 bool Quickstart::end() {
-    _writeDump();
-    _unsubscribe();
-    const bool told = _paper.waitFor("provider", {"Told to stop reporting Change"}, patience) &&
-                      _paper.waitFor("provider", {"Told to stop reporting Addition"}, patience);
+    _paper.act("The listener unsubscribes, the channel is closed, and the provider is told to stop.");
+    _channel.reset();
+    _client->call("Unsubscribe", _listenerID + kind("Change") + ofClass(dataFile));
+    const bool told = _paper.waitFor("server", {"Told to stop reporting Change"}, patience);
     if (!told) {
         fmt::print("    MISSING   the provider was not told to stop\n");
     }
+    _client.reset();
+    _server.reset();
     return told;
-}
-
-void Quickstart::_writeDump() {
-    const fs::path path = _places.workDirectory / "subscriptions.html";
-    std::ofstream stream(path);
-    stream << "<!DOCTYPE html><html><head><meta charset=\"utf-8\"><title>Subscriptions</title></head><body>";
-    _manager->dump(stream);
-    stream << "</body></html>\n";
-    _paper.act("The library's tables are in " + path.string() + ",\nthe deliveries in " +
-               CIndicationNotifier::getIndicationsLogFileName().data() + ",\nand the server's log in " +
-               (_places.workDirectory / "server.log").string() + ".");
-}
-
-void Quickstart::_unsubscribe() {
-    ORVSmrPtr<IOrvoValue> none;
-    ORVSmrPtr<IOrvoValue> files = className(dataFile);
-    ORVSmrPtr<IOrvoValue> directory = referenceTo(_nameOf("CIM_Directory", _files));
-
-    _paper.act("The listener unsubscribes, the channel is removed, and the provider is told to stop.");
-    _manager->unsubscribe(_listenerID, everyInstanceOf(dataFile), nullptr, IOrvoIndication::IndicationChange,
-                          true);
-    _manager->unsubscribe(_listenerID, files, none, none, IOrvoIndication::IndicationCreation);
-    _manager->unsubscribe(_listenerID, files, none, none, IOrvoIndication::IndicationDestruction);
-    _manager->unsubscribe(_listenerID, none, directory, files, IOrvoIndication::IndicationAddition);
-    _manager->removeSubscriber(*_channelID, true, true);
 }

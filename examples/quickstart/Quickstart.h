@@ -1,45 +1,42 @@
 #pragma once
 
-#include "Indications/IndicationManager.h"
-#include "examples/quickstart/ChannelDoor.h"
+#include "examples/client/WBEMClient.h"
 #include "examples/quickstart/ChildProcess.h"
-#include "examples/quickstart/HostServer.h"
 #include "examples/quickstart/Paper.h"
 
 #include <filesystem>
+#include <future>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-/// The main job in one sitting: subscribers, a provider, real files, real deliveries.
+/// The main job in one sitting: a server, a provider, subscribers, real files, real deliveries.
 ///
-/// Used by one thread. Failure: each step throws std::runtime_error or one of the library's exceptions;
-/// missing deliveries are told in words and by play()'s answer.
+/// Used by one thread. Failure: each step throws std::exception with a text for the reader; missing
+/// deliveries are told in words and by play()'s answer.
 class Quickstart {
 public:
     struct Places {
+        std::filesystem::path serverProgram;
         std::filesystem::path listenerProgram;
-        std::filesystem::path provider;
-        std::filesystem::path schema;
-        /// An empty directory: the watched files, the logs and the dump go there.
+        std::filesystem::path providers;
+        /// An empty directory: the watched files and what the server keeps go there.
         std::filesystem::path workDirectory;
     };
 
     explicit Quickstart(Places places);
-    ~Quickstart();
 
-    /// Starts the listener, the host and the channel, and makes the subscriptions.
+    /// Starts the server, the listener and the channel, and makes the subscriptions.
     void begin();
 
-    /// Creates, writes, renames and deletes a file and waits for each delivery; answers whether all arrived.
+    /// Makes things happen and waits for each delivery; answers whether all arrived.
     bool play();
 
     /// Lets the reader do the same until a line or the end of input comes.
     void stay();
 
-    /// Writes the dump, takes the subscriptions back and stops everything; answers whether the provider was
-    /// told.
+    /// Takes the subscriptions back and stops the server; answers whether the provider was told.
     bool end();
 
 private:
@@ -48,25 +45,25 @@ private:
         std::vector<std::string> words;
     };
 
-    void _openLogs();
+    void _startServer();
     void _startListener();
-    void _startHost();
     void _openChannel();
     void _subscribe();
+    void _createComputer();
     bool _expect(const std::vector<Expectation>& expectations);
-    void _writeDump();
-    void _unsubscribe();
 
-    ORVSmrPtr<IOrvoInstanceName> _nameOf(const char* className, const std::filesystem::path& path) const;
+    /// Waits for the line with which a program says that it is ready; returns what stands behind `words`.
+    static std::string _waitForStart(const std::shared_future<std::string>& line, const std::string& words,
+                                     const std::string& program);
 
     Places _places;
     std::filesystem::path _files;
     Paper _paper;
-    HostServer _server;
-    std::unique_ptr<CIndicationManager> _manager;
-    std::optional<ChannelDoor> _door;
+    std::optional<ChildProcess> _server;
     std::optional<ChildProcess> _listener;
     std::optional<ChildProcess> _channel;
-    ORVSmrPtr<CSubscriberID> _listenerID;
-    ORVSmrPtr<CSubscriberID> _channelID;
+    std::string _serverPort;
+    std::unique_ptr<WBEMClient> _client;
+    WBEMClient::Parameters _listenerID;
+    WBEMClient::Parameters _channelID;
 };

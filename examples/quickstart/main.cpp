@@ -1,5 +1,4 @@
 #include "examples/quickstart/Quickstart.h"
-#include "foundation/utilities/OrvoBaseException.h"
 
 #include <cstdlib>
 #include <iostream>
@@ -11,9 +10,9 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* about =
-    "Shows the indication library at work: a listener and a channel subscribe to what happens to the files "
-    "of a\n"
-    "directory, files are created, written, renamed and deleted, and every delivery is shown as it arrives.\n"
+    "Shows the server at work: a listener and a channel subscribe to what happens to the files of a "
+    "directory "
+    "and to\ninstances in the repository, things happen, and every delivery is shown as it arrives.\n"
     "Exits with 0 when all arrived, with 1 when something was missing for 5 seconds, or could not be "
     "started.";
 
@@ -48,16 +47,14 @@ int main(int argc, char** argv) {
     Quickstart::Places places;
     bool stay = false;
     app.add_flag("--stay", stay, "Keep running afterwards, to play with files; Enter ends it");
+    app.add_option("--server", places.serverProgram, "The server program")->required();
     app.add_option("--listener", places.listenerProgram, "The listener program")->required();
-    app.add_option("--provider", places.provider, "The file watching provider")->required();
-    app.add_option("--schema", places.schema, "The class declarations")->required();
+    app.add_option("--providers", places.providers, "The directory of providers")->required();
     app.add_option("--directory", places.workDirectory,
                    "Where files and logs go; default: a new one in /tmp");
     CLI11_PARSE(app, argc, argv);
     try {
         return run(std::move(places), stay);
-    } catch (const OrvoBaseException& failure) {
-        std::cerr << "velm_quickstart: " << failure.getMessage() << std::endl;
     } catch (const std::exception& failure) {
         std::cerr << "velm_quickstart: " << failure.what() << std::endl;
     }

@@ -31,10 +31,17 @@ public:
 /// seconds are collapsed into a count, so that one odd listener cannot flood the log. The count is written
 /// before the first line after that time, at flush(), and when the process exits. Control characters are
 /// written escaped, and messages above 8 KiB are cut, so that no text from outside can forge or flood lines.
+///
+/// In Format::text a line is time with offset from UTC, severity, thread, component and message. In
+/// Format::json it is an object with members time, severity, component, thread, number where there is one,
+/// message, and repeats in a line that says how often an earlier one came again; message is escaped as in
+/// text, so that what matches one form matches the other.
 class VELM_EXPORT ORVLog {
 public:
     /// Categories, one bit each.
     static constexpr unsigned int CIMOMLOG = 0x1;
+
+    enum class Format { text, json };
 
     /// Writes one line. `location` names the operation, `number` is 0 where there is none to tell.
     static void log(const ORVString& location, const ORVString& message, OrvoTraceLog::Severity severity,
@@ -44,6 +51,14 @@ public:
     /// standard error. Answers false, and stays where it was, when the file cannot be opened or `maxBytes` is
     /// 0.
     static bool open(const ORVString& path, unsigned long maxBytes = 10'000'000, unsigned int maxFiles = 5);
+
+    /// Closes the present file and opens it anew under its name, for whoever moved it away; a line is in one
+    /// of the two. Answers false, and goes on in the file as it is, when that cannot be opened; true on
+    /// standard error.
+    static bool reopen();
+
+    /// How lines look from the next one on. Starts as text.
+    static void setFormat(Format format);
 
     /// Lines of a higher number are dropped; 0 shows none. Starts at 4 for the log and at 3 for traces; the
     /// configuration's "Log"/"Severity" and "Log"/"TraceSeverity" are applied by VELMConfigManager::load.

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <mutex>
 
@@ -53,6 +54,8 @@ public:
     /// closed: nothing can reach it any more, whatever the time-out.
     virtual bool isOutOfDate() const;
 
+    /// Indications in the queue now.
+    std::size_t getWaitingCount();
     /// Indications queued since the subscriber exists, dropped ones included.
     std::uint64_t getQueuedCount() const noexcept { return _queuedCount.load(std::memory_order_relaxed); }
     /// Indications dropped because the queue was full.

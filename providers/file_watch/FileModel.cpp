@@ -1,38 +1,37 @@
 #include "providers/file_watch/FileModel.h"
 
+#include "foundation/object_model/COrvoInstanceName.h"
+#include "foundation/object_model/COrvoType.h"
 #include "foundation/object_model/COrvoValue.h"
+#include "providers/support/KeyText.h"
 
 #include <array>
-#include <climits>
 #include <cstdio>
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace velm::file_watch {
 
+using providers::flag;
+using providers::InstanceName;
+using providers::keyTextOf;
+using providers::number;
+using providers::object;
+using providers::reference;
+using providers::text;
+
 namespace {
 
-ORVSmrPtr<IOrvoValue> text(const ORVString& value) {
-    return ORVSmrPtr<IOrvoValue>(new COrvoValue(value));
-}
-
-ORVSmrPtr<IOrvoValue> flag(bool value) {
-    return ORVSmrPtr<IOrvoValue>(new COrvoValue(value));
-}
-
-ORVSmrPtr<IOrvoValue> reference(const ORVSmrPtr<IOrvoInstanceName>& name) {
-    return ORVSmrPtr<IOrvoValue>(new COrvoValue(name));
-}
-
 /// A CIM datetime in UTC (DSP0004, datetime type).
-ORVSmrPtr<IOrvoValue> dateTime(const timespec& time) {
+providers::Value dateTime(const timespec& time) {
+    constexpr int firstYear = 1 - 1900;
+    constexpr int lastYear = 9999 - 1900;
     tm utc{};
-    gmtime_r(&time.tv_sec, &utc);
-    std::array<char, 16> seconds{};
-    std::strftime(seconds.data(), seconds.size(), "%Y%m%d%H%M%S", &utc);
-    std::array<char, 40> full{};
-    std::snprintf(full.data(), full.size(), "%s.%06ld+000", seconds.data(), time.tv_nsec / 1000);
+    if (!gmtime_r(&time.tv_sec, &utc) || utc.tm_year < firstYear || utc.tm_year > lastYear) {
+        return COrvoValue::null(COrvoType::datetime);
+    }
+    std::array<char, 64> full{};
+    std::snprintf(full.data(), full.size(), "%04d%02d%02d%02d%02d%02d.%06ld+000", utc.tm_year + 1900,
+                  utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec, time.tv_nsec / 1000);
     return COrvoValue::parse(full.data(), COrvoType::datetime);
 }
 
@@ -40,22 +39,31 @@ bool sameTime(const timespec& left, const timespec& right) {
     return left.tv_sec == right.tv_sec && left.tv_nsec == right.tv_nsec;
 }
 
-ORVString computerName() {
-    std::array<char, HOST_NAME_MAX + 1> name{};
-    return gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "localhost";
+FileState stateOf(const struct stat& status) {
+    const auto allows = [&](mode_t bits) { return (status.st_mode & bits) != 0; };
+    return {static_cast<std::uint64_t>(status.st_size), status.st_mtim, allows(S_IRUSR | S_IRGRP | S_IROTH),
+            allows(S_IWUSR | S_IWGRP | S_IWOTH), allows(S_IXUSR | S_IXGRP | S_IXOTH)};
+}
+
+providers::Properties accessOf(const FileState& state) {
+    return {{"LastModified", dateTime(state.modified)},
+            {"Readable", flag(state.readable)},
+            {"Writeable", flag(state.writeable)},
+            {"Executable", flag(state.executable)}};
 }
 
 }  // namespace
 
-std::optional<FileState> FileState::of(const std::string& path) {
+std::optional<FileState> FileState::ofFile(const std::string& path) {
     struct stat status {};
-    if (lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
-        return std::nullopt;
-    }
-    const auto allows = [&](mode_t bits) { return (status.st_mode & bits) != 0; };
-    return FileState{static_cast<std::uint64_t>(status.st_size), status.st_mtim,
-                     allows(S_IRUSR | S_IRGRP | S_IROTH), allows(S_IWUSR | S_IWGRP | S_IWOTH),
-                     allows(S_IXUSR | S_IXGRP | S_IXOTH)};
+    const bool isFile = lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+    return isFile ? std::optional(stateOf(status)) : std::nullopt;
+}
+
+std::optional<FileState> FileState::ofDirectory(const std::string& path) {
+    struct stat status {};
+    const bool isDirectory = stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    return isDirectory ? std::optional(stateOf(status)) : std::nullopt;
 }
 
 ORVSmrPtr<ORVValSlist<ORVString>> FileState::changesTo(const FileState& other) const {
@@ -73,59 +81,48 @@ ORVSmrPtr<ORVValSlist<ORVString>> FileState::changesTo(const FileState& other) c
     return names;
 }
 
-FileModel::FileModel(const ORVString& nameSpace, const std::string& directory)
-    : _nameSpace(nameSpace),
-      _directory(directory),
-      _computerName(computerName()),
-      _directoryName(_logicalFileName(directoryClass, directory)) {
+FileModel::FileModel(const ORVString& nameSpace) : _nameSpace(nameSpace) {
+    _systemKeys.append({"CSCreationClassName", text("CIM_ComputerSystem")});
+    _systemKeys.append({"CSName", text(providers::computerName())});
+    _systemKeys.append({"FSCreationClassName", text("CIM_LocalFileSystem")});
+    _systemKeys.append({"FSName", text("local")});
 }
 
-std::string FileModel::pathOf(std::string_view fileName) const {
-    return (_directory == "/" ? "" : _directory) + "/" + std::string(fileName);
+InstanceName FileModel::_logicalFileName(const char* className, const std::string& path) const {
+    COrvoInstanceName::KeyBindings keys(_systemKeys);
+    keys.append({"CreationClassName", text(className)});
+    keys.append({"Name", text(keyTextOf(path))});
+    return InstanceName(new COrvoInstanceName(_nameSpace, className, keys));
 }
 
-ORVSmrPtr<IOrvoInstanceName> FileModel::fileName(const std::string& path) const {
+InstanceName FileModel::fileName(const std::string& path) const {
     return _logicalFileName(dataFileClass, path);
 }
 
-ORVSmrPtr<IOrvoInstanceName> FileModel::_logicalFileName(const char* className,
-                                                         const std::string& path) const {
-    COrvoInstanceName::KeyBindings keys;
-    keys.append({"CSCreationClassName", text("CIM_ComputerSystem")});
-    keys.append({"CSName", text(_computerName)});
-    keys.append({"FSCreationClassName", text("CIM_LocalFileSystem")});
-    keys.append({"FSName", text("local")});
-    keys.append({"CreationClassName", text(className)});
-    keys.append({"Name", text(ORVString(path))});
-    return ORVSmrPtr<IOrvoInstanceName>(new COrvoInstanceName(_nameSpace, className, keys));
+InstanceName FileModel::directoryName(const std::string& path) const {
+    return _logicalFileName(directoryClass, path);
 }
 
-ORVSmrPtr<IOrvoObject> FileModel::file(const std::string& path, const FileState& state) const {
-    const ORVSmrPtr<IOrvoInstanceName> name = fileName(path);
-    auto* object = new COrvoObject(dataFileClass, name);
-    ORVSmrPtr<IOrvoObject> result(object);
-    for (const COrvoKeyBinding& key : *name->getKeyBindings()) {
-        object->setProperty(key.name, key.value);
-    }
-    object->setProperty("FileSize", ORVSmrPtr<IOrvoValue>(new COrvoValue(state.size, COrvoType::uint64)));
-    object->setProperty("LastModified", dateTime(state.modified));
-    object->setProperty("Readable", flag(state.readable));
-    object->setProperty("Writeable", flag(state.writeable));
-    object->setProperty("Executable", flag(state.executable));
-    return result;
+InstanceName FileModel::containmentName(const InstanceName& directory, const InstanceName& file) const {
+    COrvoInstanceName::KeyBindings keys;
+    keys.append({"GroupComponent", reference(directory)});
+    keys.append({"PartComponent", reference(file)});
+    return InstanceName(new COrvoInstanceName(_nameSpace, containmentClass, keys));
 }
 
-ORVSmrPtr<IOrvoObject> FileModel::containment(const std::string& path) const {
-    COrvoInstanceName::KeyBindings keys;
-    keys.append({"GroupComponent", reference(_directoryName)});
-    keys.append({"PartComponent", reference(fileName(path))});
-    const ORVSmrPtr<IOrvoInstanceName> name(new COrvoInstanceName(_nameSpace, containmentClass, keys));
-    auto* object = new COrvoObject(containmentClass, name);
-    ORVSmrPtr<IOrvoObject> result(object);
-    for (const COrvoKeyBinding& key : keys) {
-        object->setProperty(key.name, key.value);
-    }
-    return result;
+ORVSmrPtr<IOrvoObject> FileModel::file(const InstanceName& name, const FileState& state) const {
+    providers::Properties properties = accessOf(state);
+    properties.emplace_back("FileSize", number(state.size, COrvoType::uint64));
+    return object(name, properties);
+}
+
+ORVSmrPtr<IOrvoObject> FileModel::directory(const InstanceName& name,
+                                            const std::optional<FileState>& state) const {
+    return object(name, state ? accessOf(*state) : providers::Properties{});
+}
+
+ORVSmrPtr<IOrvoObject> FileModel::containment(const InstanceName& directory, const InstanceName& file) const {
+    return object(containmentName(directory, file), {});
 }
 
 }  // namespace velm::file_watch

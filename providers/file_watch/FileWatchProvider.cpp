@@ -1,208 +1,314 @@
 #include "providers/file_watch/FileWatchProvider.h"
 
-#include "foundation/object_model/COrvoDebugTools.h"
-#include "foundation/object_model/COrvoValue.h"
-#include "foundation/services/ORVLog.h"
+#include "providers/support/Instances.h"
+#include "providers/support/KeyText.h"
 
+#include <algorithm>
 #include <filesystem>
-#include <set>
+#include <sstream>
+#include <system_error>
 
 namespace velm::file_watch {
 
+using providers::ChangeInterest;
+using providers::describe;
+using providers::flag;
+using providers::isOneOf;
+using providers::isSame;
+using providers::keyOf;
+using providers::WatcherThread;
+using namespace std::chrono_literals;
+
 namespace {
 
-void log(const ORVString& message, OrvoTraceLog::Severity severity = OrvoTraceLog::SeverityInformation) {
-    ORVLog::log("FileWatchProvider", message, severity, OrvoTraceLog::VerbosityNormal, 0, ORVLog::CIMOMLOG);
-}
+constexpr auto writtenDelay = 100ms;
+constexpr auto retryDelay = 1s;
 
-std::string absolutePath(const ORVString& path) {
-    std::filesystem::path absolute = std::filesystem::absolute(path.data()).lexically_normal();
+std::string absolutePath(const std::string& path) {
+    std::filesystem::path absolute = std::filesystem::absolute(path).lexically_normal();
     return absolute.has_filename() || !absolute.has_relative_path() ? absolute.string()
                                                                     : absolute.parent_path().string();
 }
 
-ORVSmrPtr<IOrvoValue> answer(bool accepted) {
-    return ORVSmrPtr<IOrvoValue>(new COrvoValue(accepted));
+bool isDataFileOrAbove(const ORVString& className) {
+    return isOneOf(className, {dataFileClass, "CIM_LogicalFile", "CIM_LogicalElement",
+                               "CIM_ManagedSystemElement", "CIM_ManagedElement"});
 }
 
-/// The key Name of a file or directory; the null string for a name without keys.
-ORVString pathIn(const ORVSmrPtr<IOrvoInstanceName>& instanceName) {
-    for (const COrvoKeyBinding& key : *instanceName->getKeyBindings()) {
-        if (key.name.compareTo("Name", ORVString::caseInsensitive) == 0) {
-            return key.value->getString();
-        }
-    }
-    return {};
-}
-
-ORVString describe(IOrvoIndication::IndicationType type, const ORVSmrPtr<IOrvoInstanceName>& instanceName) {
-    const ORVString path = pathIn(instanceName);
-    return COrvoDebugTools::indicationTypeToString(type) + " of " +
-           (path.isNull() ? "every " + instanceName->getClassName()
-                          : instanceName->getClassName() + " '" + path + "'");
+bool isServedClass(const ORVString& className) {
+    return isDataFileOrAbove(className) ||
+           isOneOf(className, {directoryClass, containmentClass, "CIM_Component"});
 }
 
 }  // namespace
 
 FileWatchProvider::FileWatchProvider(const ProviderContext& context)
-    : _model(context.nameSpace, absolutePath(context.argument)),
-      _observer(context.observer),
-      _watcher(_model.directory(), *this) {
-    _readDirectory();
-    _watcher.start();
-    log("Watching the directory '" + ORVString(_model.directory()) + "'");
-}
-
-FileWatchProvider::~FileWatchProvider() = default;
-
-void FileWatchProvider::_readDirectory() {
-    for (const auto& entry : std::filesystem::directory_iterator(_model.directory())) {
-        if (const auto state = FileState::of(entry.path())) {
-            _files.emplace(entry.path(), *state);
+    : _model(context.nameSpace),
+      _nameSpace(context.nameSpace),
+      _reporter("FileWatchProvider", context.observer) {
+    std::istringstream paths{std::string(context.argument.view())};
+    for (std::string path; std::getline(paths, path, ':');) {
+        if (!path.empty()) {
+            _watch(path);
         }
     }
+    if (_directories.empty()) {
+        _reporter.log("There is no directory to watch");
+    }
+    _thread.start("file_watch", _inotify.descriptor(), [this] { return _turn(); });
 }
 
-bool FileWatchProvider::_serves(const ORVSmrPtr<IOrvoInstanceName>& instanceName) const {
-    if (instanceName.IsNull()) {
-        return false;
+FileWatchProvider::~FileWatchProvider() {
+    _reporter.close();
+    _thread.stop();
+}
+
+void FileWatchProvider::_watch(const std::string& path) {
+    try {
+        _directories.push_back(
+            std::make_unique<WatchedDirectory>(absolutePath(path), _model, _reporter, _inotify));
+        _reporter.log("Watching the directory '" + ORVString(_directories.back()->path()) + "'");
+    } catch (const std::system_error& failure) {
+        _reporter.log("Left out a directory: " + ORVString(failure.what()), OrvoTraceLog::SeverityError);
     }
-    if (instanceName->toString() == _model.directoryName()->toString()) {
-        return true;
+}
+
+WatchedDirectory* FileWatchProvider::_directoryOf(int watch) const {
+    for (const auto& directory : _directories) {
+        if (directory->isPresent() && directory->watchNumber() == watch) {
+            return directory.get();
+        }
     }
-    if (instanceName->getClassName().compareTo(dataFileClass, ORVString::caseInsensitive) != 0) {
-        return false;
+    return nullptr;
+}
+
+WatchedDirectory* FileWatchProvider::_directoryAt(const std::string& path) const {
+    for (const auto& directory : _directories) {
+        if (directory->isPresent() && directory->path() == path) {
+            return directory.get();
+        }
     }
-    const ORVString path = pathIn(instanceName);
-    return path.isNull() ? instanceName->getKeyBindings()->isEmpty()
-                         : std::filesystem::path(path.data()).parent_path() == _model.directory();
+    return nullptr;
+}
+
+WatchedDirectory* FileWatchProvider::_directoryNamed(const Name& name) const {
+    const auto path = providers::nameOf(keyOf(name, "Name"));
+    return path && isSame(name, _model.directoryName(*path)) ? _directoryAt(*path) : nullptr;
+}
+
+std::optional<FileWatchProvider::Place> FileWatchProvider::_fileNamed(const Name& name) const {
+    const auto path = providers::nameOf(keyOf(name, "Name"));
+    const auto slash = path ? path->rfind('/') : std::string::npos;
+    if (slash == std::string::npos || slash + 1 == path->size() || path->find('\0') != std::string::npos ||
+        !isSame(name, _model.fileName(*path))) {
+        return std::nullopt;
+    }
+    WatchedDirectory* directory = _directoryAt(slash == 0 ? "/" : path->substr(0, slash));
+    return directory ? std::optional(Place{*directory, path->substr(slash + 1)}) : std::nullopt;
+}
+
+std::optional<FileWatchProvider::Place> FileWatchProvider::_containmentNamed(const Name& name) const {
+    const Name part = providers::referenceIn(name, "PartComponent");
+    const auto place = part.IsNull() ? std::nullopt : _fileNamed(part);
+    if (!place) {
+        return std::nullopt;
+    }
+    return isSame(name, _model.containmentName(place->directory.name(), part)) ? place : std::nullopt;
+}
+
+bool FileWatchProvider::_serves(const Name& name) const {
+    if (name->getKeyBindings()->isEmpty()) {
+        return isServedClass(name->getClassName());
+    }
+    return _fileNamed(name) || _directoryNamed(name) || _containmentNamed(name);
+}
+
+std::vector<FileWatchProvider::Place> FileWatchProvider::_changingFiles(const Name& name) const {
+    std::vector<Place> places;
+    if (!name->getKeyBindings()->isEmpty()) {
+        if (const auto place = _fileNamed(name)) {
+            places.push_back(*place);
+        }
+    } else if (isDataFileOrAbove(name->getClassName())) {
+        for (const auto& directory : _directories) {
+            places.push_back({*directory, std::string(ChangeInterest::everything)});
+        }
+    }
+    return places;
 }
 
 ORVSmrPtr<IOrvoValue> FileWatchProvider::registerObserver(ORVSmrPtr<IOrvoInstanceName> instanceName,
-                                                          ORVSmrPtr<IOrvoSubscriber>,
+                                                          ORVSmrPtr<IOrvoSubscriber> /*observer*/,
                                                           IOrvoIndication::IndicationType type,
-                                                          ORVSmrPtr<IOrvoSubscriptionFilter>,
-                                                          ORVSmrPtr<IOrvoTransaction>) {
-    if (!_serves(instanceName)) {
-        return answer(false);
+                                                          ORVSmrPtr<IOrvoSubscriptionFilter> filter,
+                                                          ORVSmrPtr<IOrvoTransaction> /*transaction*/) {
+    if (instanceName.IsNull()) {
+        return flag(false);
     }
+    bool accepted = false;
     if (type == IOrvoIndication::IndicationChange) {
-        const std::lock_guard guard(_interestLock);
-        ++_changeInterest[instanceName->toString().data()];
+        for (const Place& place : _changingFiles(instanceName)) {
+            place.directory.startChanges(place.file, filter);
+            accepted = true;
+        }
+    } else {
+        accepted = _serves(instanceName);
     }
-    log("Told to start reporting " + describe(type, instanceName));
-    return answer(true);
+    if (accepted) {
+        _reporter.log("Told to start reporting " + describe(type, instanceName, "Name"));
+    }
+    return flag(accepted);
 }
 
 ORVSmrPtr<IOrvoValue> FileWatchProvider::deregisterObserver(ORVSmrPtr<IOrvoInstanceName> instanceName,
-                                                            ORVSmrPtr<IOrvoSubscriber>,
+                                                            ORVSmrPtr<IOrvoSubscriber> /*observer*/,
                                                             IOrvoIndication::IndicationType type,
-                                                            ORVSmrPtr<IOrvoSubscriptionFilter>,
-                                                            ORVSmrPtr<IOrvoTransaction>) {
-    if (!_serves(instanceName)) {
-        return answer(false);
+                                                            ORVSmrPtr<IOrvoSubscriptionFilter> filter,
+                                                            ORVSmrPtr<IOrvoTransaction> /*transaction*/) {
+    if (instanceName.IsNull()) {
+        return flag(false);
     }
+    bool accepted = false;
     if (type == IOrvoIndication::IndicationChange) {
-        const std::lock_guard guard(_interestLock);
-        const auto found = _changeInterest.find(instanceName->toString().view());
-        if (found == _changeInterest.end()) {
-            return answer(false);
+        for (const Place& place : _changingFiles(instanceName)) {
+            accepted = place.directory.stopChanges(place.file, filter) || accepted;
         }
-        if (--found->second == 0) {
-            _changeInterest.erase(found);
-        }
+    } else {
+        accepted = _serves(instanceName);
     }
-    log("Told to stop reporting " + describe(type, instanceName));
-    return answer(true);
+    if (accepted) {
+        _reporter.log("Told to stop reporting " + describe(type, instanceName, "Name"));
+    }
+    return flag(accepted);
 }
 
-ORVSmrPtr<IOrvoObject> FileWatchProvider::getInstance(const ORVString&,
+ORVSmrPtr<IOrvoObject> FileWatchProvider::getInstance(const ORVString& /*nameSpace*/,
                                                       ORVSmrPtr<IOrvoInstanceName> instanceName,
-                                                      ORVSmrPtr<IOrvoTransaction>) {
-    if (!_serves(instanceName)) {
+                                                      ORVSmrPtr<IOrvoTransaction> /*transaction*/) {
+    if (instanceName.IsNull()) {
         return nullptr;
     }
-    const std::string path = pathIn(instanceName).data();
-    const auto state = FileState::of(path);
-    return state ? _model.file(path, *state) : nullptr;
-}
-
-bool FileWatchProvider::_isChangeWanted(const ORVSmrPtr<IOrvoInstanceName>& instanceName) const {
-    const std::lock_guard guard(_interestLock);
-    const ORVString classLevelName = instanceName->getNameSpace() + ":" + instanceName->getClassName();
-    return _changeInterest.contains(instanceName->toString().view()) ||
-           _changeInterest.contains(classLevelName.view());
-}
-
-void FileWatchProvider::onAppeared(std::string_view name) {
-    const std::string path = _model.pathOf(name);
-    const auto state = FileState::of(path);
+    if (const WatchedDirectory* directory = _directoryNamed(instanceName)) {
+        const auto state = FileState::ofDirectory(directory->path());
+        return state ? _model.directory(directory->name(), state) : nullptr;
+    }
+    const auto file = _fileNamed(instanceName);
+    const auto place = file ? file : _containmentNamed(instanceName);
+    if (!place) {
+        return nullptr;
+    }
+    const std::string path = place->directory.pathOf(place->file);
+    const auto state = FileState::ofFile(path);
     if (!state) {
-        return;
+        return nullptr;
     }
-    if (!_files.emplace(path, *state).second) {
-        onChanged(name);
-        return;
-    }
-    _report(_model.file(path, *state), IOrvoIndication::IndicationCreation);
-    _report(_model.containment(path), IOrvoIndication::IndicationCreation);
+    const Name fileName = _model.fileName(path);
+    return file ? _model.file(fileName, *state) : _model.containment(place->directory.name(), fileName);
 }
 
-void FileWatchProvider::onDisappeared(std::string_view name) {
-    const auto found = _files.find(_model.pathOf(name));
-    if (found == _files.end()) {
-        return;
+ORVSmrPtr<ORVValSlist<ORVString>> FileWatchProvider::getClassNames() {
+    ORVSmrPtr<ORVValSlist<ORVString>> names(new ORVValSlist<ORVString>);
+    for (const char* name : {dataFileClass, directoryClass, containmentClass}) {
+        names->append(name);
     }
-    _report(_model.containment(found->first), IOrvoIndication::IndicationDestruction);
-    _report(_model.file(found->first, found->second), IOrvoIndication::IndicationDestruction);
-    _files.erase(found);
+    return names;
 }
 
-void FileWatchProvider::onChanged(std::string_view name) {
-    const auto found = _files.find(_model.pathOf(name));
-    if (found == _files.end()) {
+IProvider::InstanceNames FileWatchProvider::enumerateInstanceNames(
+    const ORVString& nameSpace, const ORVString& className, ORVSmrPtr<IOrvoTransaction> /*transaction*/) {
+    if (!isOneOf(className, {dataFileClass, directoryClass, containmentClass})) {
+        return nullptr;
+    }
+    InstanceNames names(new ORVValSlist<Name>);
+    if (nameSpace.compareTo(_nameSpace, ORVString::caseInsensitive) == 0) {
+        for (const auto& directory : _directories) {
+            if (directory->isPresent()) {
+                _appendNames(*directory, className, *names);
+            }
+        }
+    }
+    return names;
+}
+
+void FileWatchProvider::_appendNames(const WatchedDirectory& directory, const ORVString& className,
+                                     ORVValSlist<Name>& names) const {
+    if (isOneOf(className, {directoryClass})) {
+        names.append(directory.name());
         return;
     }
-    const auto state = FileState::of(found->first);
-    if (!state) {
-        return;  // Gone already; its disappearance is told next.
+    const bool wantsFiles = isOneOf(className, {dataFileClass});
+    for (const std::string& file : directory.readFileNames()) {
+        const Name name = _model.fileName(directory.pathOf(file));
+        names.append(wantsFiles ? name : _model.containmentName(directory.name(), name));
     }
-    const ORVSmrPtr<ORVValSlist<ORVString>> changes = found->second.changesTo(*state);
-    found->second = *state;
-    if (!changes->isEmpty() && _isChangeWanted(_model.fileName(found->first))) {
-        _report(_model.file(found->first, *state), IOrvoIndication::IndicationChange, changes);
+}
+
+void FileWatchProvider::onAppeared(int watch, std::string_view name) {
+    if (WatchedDirectory* directory = _directoryOf(watch)) {
+        directory->appeared(name);
+    }
+}
+
+void FileWatchProvider::onDisappeared(int watch, std::string_view name) {
+    if (WatchedDirectory* directory = _directoryOf(watch)) {
+        directory->disappeared(name);
+    }
+}
+
+void FileWatchProvider::onBeingWritten(int watch, std::string_view name) {
+    WatchedDirectory* directory = _directoryOf(watch);
+    if (directory && directory->beingWritten(name) && !_writtenDue) {
+        _writtenDue = Clock::now() + writtenDelay;
+    }
+}
+
+void FileWatchProvider::onChanged(int watch, std::string_view name) {
+    if (WatchedDirectory* directory = _directoryOf(watch)) {
+        directory->changed(name);
+    }
+}
+
+void FileWatchProvider::onGone(int watch) {
+    if (WatchedDirectory* directory = _directoryOf(watch)) {
+        directory->gone();
     }
 }
 
 void FileWatchProvider::onOverflow() {
-    log("Events were lost; comparing the directory with what is known of it", OrvoTraceLog::SeverityWarning);
-    std::set<std::string> names;
-    for (const auto& [path, state] : _files) {
-        names.insert(std::filesystem::path(path).filename());
-    }
-    std::error_code ignored;
-    for (const auto& entry : std::filesystem::directory_iterator(_model.directory(), ignored)) {
-        names.insert(entry.path().filename());
-    }
-    for (const std::string& name : names) {
-        FileState::of(_model.pathOf(name)) ? onAppeared(name) : onDisappeared(name);
-    }
+    _reporter.log("Events were lost; comparing the directories with what is known of them",
+                  OrvoTraceLog::SeverityWarning);
+    _rescanDue = Clock::now();
 }
 
-void FileWatchProvider::onGone() {
-    log("The directory '" + ORVString(_model.directory()) + "' is gone", OrvoTraceLog::SeverityWarning);
-    while (!_files.empty()) {
-        onDisappeared(std::string(std::filesystem::path(_files.begin()->first).filename()));
-    }
-}
-
-void FileWatchProvider::_report(const ORVSmrPtr<IOrvoObject>& object, IOrvoIndication::IndicationType type,
-                                const ORVSmrPtr<ORVValSlist<ORVString>>& changedProperties) {
+WatcherThread::Patience FileWatchProvider::_turn() noexcept {
     try {
-        _observer->notify(ORVSmrPtr<IOrvoIndication>(new COrvoIndication(
-            object, type, changedProperties, nullptr, IOrvoIndication::IntentReport, nullptr, false)));
+        _work();
     } catch (...) {
-        log("Could not report " + describe(type, object->getInstanceName()), OrvoTraceLog::SeverityError);
+        _reporter.log("Trying again in a second: " + providers::currentFailure(),
+                      OrvoTraceLog::SeverityError);
+        _rescanDue = Clock::now() + retryDelay;
+    }
+    if (!_rescanDue && !_writtenDue) {
+        return WatcherThread::forever;
+    }
+    const auto due = std::min(_rescanDue.value_or(Clock::time_point::max()),
+                              _writtenDue.value_or(Clock::time_point::max()));
+    return std::max(0ms, std::chrono::ceil<std::chrono::milliseconds>(due - Clock::now()));
+}
+
+void FileWatchProvider::_work() {
+    _inotify.read(*this);
+    if (_rescanDue && *_rescanDue <= Clock::now()) {
+        for (const auto& directory : _directories) {
+            directory->rescan();
+        }
+        _rescanDue.reset();
+    }
+    if (_writtenDue && *_writtenDue <= Clock::now()) {
+        _writtenDue.reset();
+        for (const auto& directory : _directories) {
+            directory->reportWritten();
+        }
     }
 }
 

@@ -1,30 +1,44 @@
 #pragma once
 
-#include "foundation/object_model/COrvoIndication.h"
 #include "foundation/services/IProvider.h"
 #include "foundation/services/ProviderEntry.h"
-#include "providers/file_watch/DirectoryWatcher.h"
 #include "providers/file_watch/FileModel.h"
+#include "providers/file_watch/Inotify.h"
+#include "providers/file_watch/WatchedDirectory.h"
+#include "providers/support/Reporter.h"
+#include "providers/support/WatcherThread.h"
 
-#include <map>
-#include <mutex>
+#include <chrono>
+#include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace velm::file_watch {
 
-/// Reports what happens to the regular files of one directory.
+/// Reports what happens to the regular files of some directories, not to those below them.
 ///
 /// From the moment it is loaded: creation and destruction of CIM_DataFile, and of the
-/// CIM_DirectoryContainsFile between the directory and the file. While somebody is registered for it, by
-/// instance or by class: change of CIM_DataFile, with the names of the properties that changed. A rename is a
-/// destruction and a creation.
+/// CIM_DirectoryContainsFile between a directory and a file; destruction of a CIM_Directory. While somebody
+/// is registered for it, by instance or by class: change of CIM_DataFile, with the names of the properties
+/// that changed, when a writer closes the file or its attributes change, and up to ten times a second while
+/// it is written to. Nobody registered, writing to files costs nothing here.
 ///
-/// Threads: provider operations on any thread; indications come from the watcher's thread. Failure: the
-/// constructor throws std::system_error when the directory cannot be watched.
+/// A rename is a destruction and a creation; a file replaced by a rename or while nobody looked is a change.
+/// A destruction carries the properties as they were last seen. When the kernel drops events, a line says so
+/// and the directories are compared with what was reported of them. A directory that is removed, moved or
+/// unmounted stays gone until the provider is loaded again.
+///
+/// Names may hold any bytes; keyTextOf() says how those that are not UTF-8 are written. What is asked for,
+/// getInstance and enumerateInstanceNames, is answered from the disk.
+///
+/// Threads: provider operations on any thread; indications come from one thread of the provider's own, so an
+/// observer that waits inside notify() delays what follows. Failure: the constructor throws std::system_error
+/// when nothing can be watched at all.
 class FileWatchProvider : public IProvider, private DirectoryListener {
 public:
-    /// `context.argument` is the path of the directory.
+    /// `context.argument`: the directories, parted by ':', whose names therefore hold none; empty for none.
+    /// One that cannot be watched is logged and left out.
     explicit FileWatchProvider(const ProviderContext& context);
     ~FileWatchProvider() override;
 
@@ -40,33 +54,57 @@ public:
                                              ORVSmrPtr<IOrvoTransaction> transaction) override;
     ORVSmrPtr<IOrvoObject> getInstance(const ORVString& nameSpace, ORVSmrPtr<IOrvoInstanceName> instanceName,
                                        ORVSmrPtr<IOrvoTransaction> transaction) override;
+    ORVSmrPtr<ORVValSlist<ORVString>> getClassNames() override;
+    InstanceNames enumerateInstanceNames(const ORVString& nameSpace, const ORVString& className,
+                                         ORVSmrPtr<IOrvoTransaction> transaction) override;
 
 private:
-    void onAppeared(std::string_view name) override;
-    void onDisappeared(std::string_view name) override;
-    void onChanged(std::string_view name) override;
-    void onOverflow() override;
-    void onGone() override;
+    using Name = ORVSmrPtr<IOrvoInstanceName>;
+    using Clock = std::chrono::steady_clock;
 
-    void _readDirectory();
-    /// Whether an observer may register for `type` on this instance, or on its class when the name has no
-    /// keys.
-    bool _serves(const ORVSmrPtr<IOrvoInstanceName>& instanceName) const;
-    bool _isChangeWanted(const ORVSmrPtr<IOrvoInstanceName>& instanceName) const;
-    void _report(const ORVSmrPtr<IOrvoObject>& object, IOrvoIndication::IndicationType type,
-                 const ORVSmrPtr<ORVValSlist<ORVString>>& changedProperties = nullptr);
+    /// A file that is or may come to be in one of the directories.
+    struct Place {
+        WatchedDirectory& directory;
+        std::string file;
+    };
+
+    void onAppeared(int watch, std::string_view name) override;
+    void onDisappeared(int watch, std::string_view name) override;
+    void onBeingWritten(int watch, std::string_view name) override;
+    void onChanged(int watch, std::string_view name) override;
+    void onGone(int watch) override;
+    void onOverflow() override;
+
+    void _watch(const std::string& path);
+    WatchedDirectory* _directoryOf(int watch) const;
+    WatchedDirectory* _directoryAt(const std::string& path) const;
+    /// The directory, file or containment that `name` names; nothing when it is of another class or place.
+    WatchedDirectory* _directoryNamed(const Name& name) const;
+    std::optional<Place> _fileNamed(const Name& name) const;
+    std::optional<Place> _containmentNamed(const Name& name) const;
+
+    /// Whether an observer may register for creations and the like on this instance or class.
+    bool _serves(const Name& name) const;
+    /// Whom a registration for changes concerns: one file, or every file of every directory.
+    std::vector<Place> _changingFiles(const Name& name) const;
+
+    void _appendNames(const WatchedDirectory& directory, const ORVString& className,
+                      ORVValSlist<Name>& names) const;
+
+    providers::WatcherThread::Patience _turn() noexcept;
+    void _work();
 
     const FileModel _model;
-    const ORVSmrPtr<IOrvoSubscriber> _observer;
+    const ORVString _nameSpace;
+    providers::Reporter _reporter;
+    Inotify _inotify;
+    std::vector<std::unique_ptr<WatchedDirectory>> _directories;
 
-    /// The files as last seen, by path. The watcher's thread alone uses it once start() was called.
-    std::map<std::string, FileState, std::less<>> _files;
+    /// When to do what was put off; the watcher's thread only.
+    std::optional<Clock::time_point> _rescanDue;
+    std::optional<Clock::time_point> _writtenDue;
 
-    mutable std::mutex _interestLock;
-    /// How often change reports were asked for, by instance name text.
-    std::map<std::string, unsigned int, std::less<>> _changeInterest;
-
-    DirectoryWatcher _watcher;
+    providers::WatcherThread _thread;
 };
 
 }  // namespace velm::file_watch

@@ -7,15 +7,18 @@ namespace velm {
 
 std::size_t LogRepeats::Hash::operator()(const Key& key) const noexcept {
     const std::hash<std::string_view> hash;
-    return hash(key.component) * 31 + hash(key.message);
+    return (hash(key.component) * 31 + hash(key.message)) * 31 + key.number;
 }
 
-bool LogRepeats::admit(const ORVString& component, const ORVString& message, OrvoTraceLog::Severity severity,
-                       Time now, std::vector<Repeat>& ended) {
+LogRepeats::Key LogRepeats::_keyOf(const LogLine& line) noexcept {
+    return {line.component.view(), line.message.view(), line.number};
+}
+
+bool LogRepeats::admit(const LogLine& line, Time now, std::vector<Repeat>& ended) {
     while (!_windows.empty() && now - _windows.front().start >= window) {
         _endOldest(ended);
     }
-    const Key key{component.view(), message.view()};
+    const Key key = _keyOf(line);
     const auto found = _index.find(key);
     if (found != _index.end()) {
         ++found->second->repeat.count;
@@ -24,7 +27,7 @@ bool LogRepeats::admit(const ORVString& component, const ORVString& message, Orv
     if (_windows.size() == capacity) {
         _endOldest(ended);
     }
-    _windows.push_back({{component, message, severity, 0}, now});
+    _windows.push_back({{line, 0}, now});
     try {
         _index.emplace(key, std::prev(_windows.end()));
     } catch (...) {
@@ -55,7 +58,7 @@ void LogRepeats::_endOldest(std::vector<Repeat>& ended) {
     if (repeat.count != 0) {
         ended.push_back(repeat);
     }
-    _index.erase(Key{repeat.component.view(), repeat.message.view()});
+    _index.erase(_keyOf(repeat.line));
     _windows.pop_front();
 }
 

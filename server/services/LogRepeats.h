@@ -1,7 +1,6 @@
 #pragma once
 
-#include "foundation/services/OrvoTraceLog.h"
-#include "foundation/utilities/ORVString.h"
+#include "server/services/LogLine.h"
 
 #include <chrono>
 #include <cstddef>
@@ -14,9 +13,9 @@ namespace velm {
 
 /// Decides which lines of a log are news and which repeat one that was written a moment ago.
 ///
-/// A line opens a window of 30 seconds; the same line from the same component inside it is counted instead of
-/// written. The table holds `capacity` windows: past it the oldest ends early. Not synchronised; times must
-/// not go back.
+/// A line opens a window of 30 seconds; the same message and number from the same component inside it is
+/// counted instead of written. The table holds `capacity` windows: past it the oldest ends early. Not
+/// synchronised; times must not go back.
 class LogRepeats {
 public:
     using Time = std::chrono::steady_clock::time_point;
@@ -26,16 +25,13 @@ public:
 
     /// A line and how often it came again after it was written.
     struct Repeat {
-        ORVString component;
-        ORVString message;
-        OrvoTraceLog::Severity severity;
+        LogLine line;
         unsigned long count;
     };
 
     /// Whether the line is to be written; it was counted otherwise. Appends to `ended` what windows that are
     /// over by now, or had to make room, have counted.
-    bool admit(const ORVString& component, const ORVString& message, OrvoTraceLog::Severity severity,
-               Time now, std::vector<Repeat>& ended);
+    bool admit(const LogLine& line, Time now, std::vector<Repeat>& ended);
 
     /// Hands over what was counted so far and counts on from zero. Windows stay open.
     std::vector<Repeat> takeCounts();
@@ -53,6 +49,7 @@ private:
     struct Key {
         std::string_view component;
         std::string_view message;
+        unsigned int number;
         bool operator==(const Key&) const = default;
     };
 
@@ -60,6 +57,7 @@ private:
         std::size_t operator()(const Key& key) const noexcept;
     };
 
+    static Key _keyOf(const LogLine& line) noexcept;
     void _endOldest(std::vector<Repeat>& ended);
 
     std::list<Window> _windows;

@@ -1,7 +1,6 @@
 #include "server/services/LogWriter.h"
 
-#include "server/services/LogText.h"
-
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -15,20 +14,9 @@ namespace {
 
 std::unique_ptr<spdlog::logger> makeLogger(spdlog::sink_ptr sink) {
     auto logger = std::make_unique<spdlog::logger>("velm", std::move(sink));
-    logger->set_pattern("%Y-%m-%dT%H:%M:%S.%e%z [%l] [%t] %v");
-    logger->set_level(spdlog::level::trace);
-    logger->flush_on(spdlog::level::trace);
+    logger->set_pattern("%v");
+    logger->flush_on(spdlog::level::info);
     return logger;
-}
-
-spdlog::level::level_enum levelOf(OrvoTraceLog::Severity severity) noexcept {
-    if (severity <= OrvoTraceLog::SeverityError) {
-        return spdlog::level::err;
-    }
-    if (severity == OrvoTraceLog::SeverityWarning) {
-        return spdlog::level::warn;
-    }
-    return severity == OrvoTraceLog::SeverityInformation ? spdlog::level::info : spdlog::level::debug;
 }
 
 ORVString cut(const ORVString& message) {
@@ -47,34 +35,50 @@ LogWriter::LogWriter(Clock clock)
 LogWriter::~LogWriter() = default;
 
 bool LogWriter::open(const ORVString& path, std::size_t maxBytes, std::size_t maxFiles) {
+    const ORVCriticalSectionGuard guard(_lock, true);
+    return _open({path, maxBytes, maxFiles});
+}
+
+bool LogWriter::reopen() {
+    const ORVCriticalSectionGuard guard(_lock, true);
+    return _target.path.length() == 0 || _open(_target);
+}
+
+bool LogWriter::_open(const Target& target) {
     spdlog::sink_ptr sink;
-    if (path.length() == 0) {
+    if (target.path.length() == 0) {
         sink = std::make_shared<spdlog::sinks::stderr_sink_st>();
     } else {
         try {
-            sink = std::make_shared<spdlog::sinks::rotating_file_sink_st>(path.data(), maxBytes, maxFiles);
+            sink = std::make_shared<spdlog::sinks::rotating_file_sink_st>(target.path.data(), target.maxBytes,
+                                                                          target.maxFiles);
         } catch (const spdlog::spdlog_ex&) {
             return false;
         }
     }
     auto logger = makeLogger(std::move(sink));
-    const ORVCriticalSectionGuard guard(_lock, true);
     _writeCounts();
     _repeats.clear();
     _logger.swap(logger);
+    _target = target;
     return true;
 }
 
-void LogWriter::write(const ORVString& component, const ORVString& message, OrvoTraceLog::Severity severity) {
-    const ORVString text = cut(message);
+void LogWriter::setFormat(ORVLog::Format format) {
+    const ORVCriticalSectionGuard guard(_lock, true);
+    _format = format;
+}
+
+void LogWriter::write(const LogLine& line) {
+    const LogLine kept{line.component, cut(line.message), line.severity, line.number};
     std::vector<LogRepeats::Repeat> ended;
     const ORVCriticalSectionGuard guard(_lock, true);
-    const bool isNews = _repeats.admit(component, text, severity, _clock(), ended);
+    const bool isNews = _repeats.admit(kept, _clock(), ended);
     for (const LogRepeats::Repeat& repeat : ended) {
-        _writeCount(repeat);
+        _writeLine(repeat.line, repeat.count);
     }
     if (isNews) {
-        _writeLine(component, text, severity, {});
+        _writeLine(kept, 0);
     }
 }
 
@@ -86,25 +90,13 @@ void LogWriter::flush() {
 
 void LogWriter::_writeCounts() {
     for (const LogRepeats::Repeat& repeat : _repeats.takeCounts()) {
-        _writeCount(repeat);
+        _writeLine(repeat.line, repeat.count);
     }
 }
 
-void LogWriter::_writeLine(const ORVString& component, const ORVString& message,
-                           OrvoTraceLog::Severity severity, const std::string& suffix) {
-    std::string line;
-    line.reserve(component.length() + message.length() + suffix.size() + 2);
-    appendLogText(line, component.view());
-    line += ": ";
-    appendLogText(line, message.view());
-    line += suffix;
-    _logger->log(levelOf(severity), spdlog::string_view_t(line));
-}
-
-void LogWriter::_writeCount(const LogRepeats::Repeat& repeat) {
-    const char* times = repeat.count == 1 ? " more time)" : " more times)";
-    _writeLine(repeat.component, repeat.message, repeat.severity,
-               " (" + std::to_string(repeat.count) + times);
+void LogWriter::_writeLine(const LogLine& line, unsigned long repeats) {
+    const std::string text = formatted(line, repeats, _format);
+    _logger->log(spdlog::level::info, spdlog::string_view_t(text));
 }
 
 }  // namespace velm

@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <mutex>
 #include <shared_mutex>
-#include <string>
 
 namespace {
 
@@ -53,12 +52,7 @@ void tellObserver(const ORVLogRecord& record) {
 void report(const ORVLogRecord& record) noexcept {
     try {
         tellObserver(record);
-        if (record.number == 0) {
-            writer().write(record.component, record.message, record.severity);
-        } else {
-            const std::string number = " (" + std::to_string(record.number) + ")";
-            writer().write(record.component, record.message + ORVString(number), record.severity);
-        }
+        writer().write({record.component, record.message, record.severity, record.number});
     } catch (...) {
         // There is no place left to report that the log itself failed.
     }
@@ -85,6 +79,22 @@ bool ORVLog::open(const ORVString& path, unsigned long maxBytes, unsigned int ma
         return writer().open(path, maxBytes, maxFiles);
     } catch (...) {
         return false;
+    }
+}
+
+bool ORVLog::reopen() {
+    try {
+        return writer().reopen();
+    } catch (...) {
+        return false;
+    }
+}
+
+void ORVLog::setFormat(Format format) {
+    try {
+        writer().setFormat(format);
+    } catch (...) {
+        // As in report().
     }
 }
 

@@ -75,6 +75,11 @@ CSubscriber::IndicationList CSubscriber::getIndications() {
     return indications;
 }
 
+std::size_t CSubscriber::getWaitingCount() {
+    std::lock_guard<std::mutex> lock(_queueLock);
+    return _queue.IsNull() ? 0 : _queue->entries();
+}
+
 void CSubscriber::updateTimeStamp() {
     _lastSign.store(_clock().time_since_epoch().count(), std::memory_order_relaxed);
     // After the time: whoever sees that the subscriber can expire sees its first heartbeat too.

@@ -18,7 +18,7 @@ struct HTTPLimits {
     std::size_t maxHeaderBytes = 16 * 1024;
     /// Bytes of the body of one request, chunked or not. Larger is answered with 413.
     std::size_t maxBodyBytes = 16 * 1024 * 1024;
-    /// Open connections; past it a new one is answered with 503 and closed.
+    /// Open connections; past it a new one is answered with 503 and closed. Each may hold a whole request.
     std::size_t maxConnections = 20'000;
     /// Between two requests on one connection.
     std::chrono::milliseconds idleTimeout{300'000};
@@ -48,24 +48,33 @@ struct HTTPRequest {
 };
 
 struct HTTPResponse {
+    /// 200 to 599.
     unsigned int status = 200;
-    /// Content-Length, Date, Server and Connection are the server's to add.
+    /// Content-Length, Date, Server and Connection are the server's to add; the handler's own, and
+    /// Transfer-Encoding, are left out.
     std::vector<std::pair<std::string, std::string>> headers;
+    /// Not sent, only its length told, when the request is a HEAD; neither for the status 204 and 304.
     std::string body;
     /// Set: nothing is answered; the connection's socket is handed over instead, after every earlier response
-    /// was written. The function owns the descriptor (blocking mode) and must not throw.
+    /// was written. What the client has sent ahead is lost. The function is called on a worker, so that it
+    /// may block; it owns the descriptor (blocking mode) and must not throw. It is not called when the client
+    /// or the server has gone by then.
     std::function<void(int socket)> takeOver;
 };
 
 /// Serves HTTP/1.0 and 1.1 (RFC 9112) on loopback addresses: keep-alive, pipelining in order,
 /// Expect: 100-continue, Content-Length and chunked bodies. What is malformed, ambiguous in its framing or
-/// past a limit is answered with 400, 413, 431, 501 or 505 and closed.
+/// past a limit is answered with 400, 408, 413, 417, 431, 501, 503 or 505, a sentence that says why, and
+/// closed.
 ///
 /// Threads: one runs all connections; `workers` call the handler. Any thread may call the operations.
-/// Failure: the constructor throws std::system_error that names the address that cannot be bound.
+/// Failure: the constructor throws std::invalid_argument that names an address that is no loopback literal,
+/// and std::system_error that names the address that cannot be bound. An IPv6 address that this machine has
+/// not is left out with a line in the log while another one works.
 class HTTPServer {
 public:
-    /// Called on a worker. What it throws is logged and answered with 500.
+    /// Called on a worker, by several at a time. What it throws is logged and answered with 500; so is a
+    /// response that would break its framing (a line break in a header).
     using Handler = std::function<HTTPResponse(const HTTPRequest&)>;
 
     struct Options {
@@ -87,11 +96,21 @@ public:
     ~HTTPServer();
 
     std::uint16_t port() const noexcept;
+    /// Open connections, those included that are being refused; not those that were taken over.
     std::size_t connectionCount() const noexcept;
 
     /// Accepts no more, lets requests that are complete be answered, and closes; what is not done after
     /// `patience` is cut off. Returns the number of requests cut off. May be called twice.
+    ///
+    /// A handler or a taker-over that runs cannot be cut off, only its client: it is waited for, and none
+    /// runs after the return. Requires: not called from a handler or a taker-over.
     std::size_t stop(std::chrono::milliseconds patience);
+
+    /// Whether the server has got on since the last call: the thread of the connections has had a turn and,
+    /// where requests wait, a worker has ended one. For whoever wants to notice a server that is stuck; a
+    /// single false after a short time means little. True at the first call. Requires: one thread at a time;
+    /// not called after stop().
+    bool makesProgress();
 
 private:
     class Impl;

@@ -21,6 +21,14 @@ bool isCIMName(std::string_view name) noexcept;
 /// names parted by single slashes.
 std::string checkedNamespace(std::string_view nameSpace);
 
+/// quoted(text): the text in single quotes for a message, cut to 60 bytes, at the end of a character, with
+/// dots behind what is left. Messages quote what clients send this way, so that none is longer than what it
+/// explains. An object, so that std::quoted is not taken in its place for a std::string.
+struct QuoteText {
+    std::string operator()(std::string_view text) const;
+};
+inline constexpr QuoteText quoted;
+
 /// For containers keyed by CIM names, searched by std::string_view without a copy.
 struct CIMNameHash {
     using is_transparent = void;

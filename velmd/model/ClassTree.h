@@ -1,11 +1,15 @@
 #pragma once
 
+#include "foundation/services/CIMOMException.h"
 #include "velmd/model/CIMClass.h"
 #include "velmd/model/CIMName.h"
 
+#include <cstddef>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace velm {
@@ -13,8 +17,9 @@ namespace velm {
 /// A class with all that it inherits. Immutable; shared by every tree that has it.
 struct ResolvedClass {
     /// Properties, methods and qualifiers of the superclasses included, those introduced nearer to the root
-    /// first, and those that the class overrides at the place where they were introduced. classOrigin and
-    /// isPropagated are set everywhere.
+    /// first, and those that the class overrides at the place where they were introduced. classOrigin names
+    /// the class that introduced an element; isPropagated is false for what this class itself declared,
+    /// overrides included.
     CIMClass declaration;
     /// Null for a root class.
     std::shared_ptr<const ResolvedClass> superClass;
@@ -32,6 +37,14 @@ struct ResolvedClass {
 
 using ResolvedClassHandle = std::shared_ptr<const ResolvedClass>;
 
+/// Why a class cannot be taken.
+struct RefusedClass : CIMOMException {
+    RefusedClass(const CIMOMException& reason, std::string refusedName)
+        : CIMOMException(reason), className(std::move(refusedName)) {}
+
+    std::string className;
+};
+
 /// The classes of one namespace, with inheritance resolved. Immutable: a change makes a new tree, so that
 /// readers on any thread go on with the one they hold.
 class ClassTree {
@@ -39,16 +52,16 @@ public:
     /// Inheritance deeper than this is refused: whatever walks up a tree has an end in sight.
     static constexpr std::size_t maxDepth = 100;
 
-    /// No class at all.
+    /// No classes at all.
     ClassTree() = default;
 
     /// A tree that has `declared` too: classes as they were declared (elements of their own only), in any
     /// order. Costs time in proportion to the number of classes in the tree.
     ///
-    /// Throws CIMOMException, whose text names the class: 10 when a superclass is missing or classes inherit
+    /// Throws RefusedClass, whose text names the class: 10 when a superclass is missing or classes inherit
     /// in a circle or deeper than maxDepth; 11 when a class is there already; 4 for a name that is none, a
     /// property named twice, an override that changes a type, a qualifier that a superclass closed to
-    /// overriding, or a key added below keys.
+    /// overriding, a key added below keys, or one that is an array or an embedded instance.
     std::shared_ptr<const ClassTree> with(std::vector<CIMClass> declared) const;
 
     /// A tree without the class. Requires: the class is there and has no subclasses.
@@ -67,6 +80,7 @@ public:
     std::size_t size() const noexcept { return _classes.size(); }
 
 private:
+    class Extension;
     using Index = std::unordered_map<std::string, ResolvedClassHandle, CIMNameHash, CIMNameEqual>;
     using Children =
         std::unordered_map<std::string, std::vector<ResolvedClassHandle>, CIMNameHash, CIMNameEqual>;

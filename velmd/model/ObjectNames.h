@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace velm {
 
@@ -35,11 +36,15 @@ public:
 
     explicit ObjectNames(FindNamespace findNamespace) : _findNamespace(std::move(findNamespace)) {}
 
-    /// The same instance in canonical form. `defaultNamespace` stands in where the name has none. Keys that
-    /// are references are brought into canonical form too, with a namespace of their own.
+    /// Names nest no deeper than this as keys of each other.
+    static constexpr unsigned int maxNesting = 16;
+
+    /// The same instance in canonical form. `defaultNamespace` stands in where the name has none. Keys are
+    /// read again, from their texts, as the type that the class declares. Keys that are references are
+    /// brought into canonical form too; without a namespace they are in that of the name they stand in.
     ///
-    /// Throws 3 for an unknown namespace, 5 for an unknown class, 4 for a missing, unknown or repeated key
-    /// and for a key whose text is no value of its declared type.
+    /// Throws 3 for an unknown namespace, 5 for an unknown class, 4 for a missing, unknown or repeated key,
+    /// for a key whose text is no value of its declared type, and for names that nest too deep.
     ORVSmrPtr<IOrvoInstanceName> canonicalName(const IOrvoInstanceName& name,
                                                std::string_view defaultNamespace) const;
 
@@ -48,13 +53,14 @@ public:
     ORVSmrPtr<IOrvoInstanceName> canonicalPattern(const IOrvoInstanceName& name,
                                                   std::string_view defaultNamespace) const;
 
-    /// Two references are the same when their canonical forms are; `host` parts were dropped when they were
-    /// read.
-    ///
     /// A copy of `object` whose class, properties and references are in canonical form, with the instance
-    /// name `name` (canonical already, may be null: it is then made from the key properties). Properties keep
-    /// their types; those that the class does not know make it throw 12, those of another type 13, a missing
-    /// key 4.
+    /// name `name`: canonical already, of the same class; when null, it is made from the key properties.
+    /// Properties come in the order of the class. Embedded instances are copied as they are. An embedding
+    /// property may also hold a string, the text of what it embeds.
+    ///
+    /// Throws 3 and 5 as canonicalName(), for references too; 12 for a property that the class does not have,
+    /// 13 for one of another type (a NULL included), 4 for a missing key, for a key of a reference that is
+    /// wrong, and for a name of another class.
     ORVSmrPtr<IOrvoObject> canonicalObject(const IOrvoObject& object,
                                            const ORVSmrPtr<IOrvoInstanceName>& name,
                                            std::string_view nameSpace) const;

@@ -4,6 +4,7 @@
 #include "foundation/object_model/IOrvoIndication.h"
 #include "foundation/object_model/IOrvoInstanceName.h"
 #include "foundation/object_model/IOrvoObject.h"
+#include "foundation/services/CIMOMException.h"
 #include "velmd/model/CIMClass.h"
 #include "velmd/model/ClassTree.h"
 #include "velmd/model/ObjectNames.h"
@@ -26,6 +27,15 @@ struct InstanceChange {
     ORVSmrPtr<IOrvoObject> object;
     /// For a change: the properties whose values differ, in the order of the class.
     std::vector<std::string> changedProperties;
+};
+
+/// Why an instance of an import cannot be taken.
+struct RefusedInstance : CIMOMException {
+    RefusedInstance(const CIMOMException& reason, std::size_t refusedPosition)
+        : CIMOMException(reason), position(refusedPosition) {}
+
+    /// Among the instances of the import, from 0.
+    std::size_t position;
 };
 
 /// The namespaces, classes, qualifiers and instances of the server, in one SQLite file.
@@ -59,7 +69,8 @@ public:
     /// Requires: called before the first write by another thread.
     void setObserver(Observer observer);
 
-    /// Whether the file was created by this object, and so has nothing in it yet.
+    /// Whether there was no class in the file when it was opened: it was created by this object, or by one
+    /// whose process ended before its first import.
     bool isNew() const noexcept;
 
     // Namespaces.
@@ -81,7 +92,8 @@ public:
     ResolvedClassHandle getClass(std::string_view nameSpace, std::string_view className) const;
     /// `declaration` holds elements of its own only. Throws 10, 11, 4 (see ClassTree::with).
     void createClass(std::string_view nameSpace, CIMClass declaration);
-    /// Throws 5, 8 while it has subclasses, 9 while it has instances.
+    /// Throws 5, 8 while it has subclasses, 9 while it has instances, or while association instances refer to
+    /// instances that it had: without the class, their names would mean nothing.
     void deleteClass(std::string_view nameSpace, std::string_view className);
 
     // Qualifier types.
@@ -94,8 +106,13 @@ public:
     /// Throws 6.
     void deleteQualifier(std::string_view nameSpace, std::string_view name);
 
-    /// Adds all of `declarations` in one transaction: all or nothing. Qualifiers that are there already are
-    /// replaced; a class that is there already throws 11.
+    /// Adds all of `declarations`, and the namespace where it does not exist, in one transaction: all or
+    /// nothing. Qualifier types and classes that are there already are replaced, and all classes are resolved
+    /// anew; they keep their spelling, and their instances take the defaults of properties that are new.
+    ///
+    /// Throws RefusedClass as ClassTree::with() does, and 11 for a class that is declared twice; 9 when a
+    /// class has instances that its new declaration does not fit: it is abstract now, the keys are others, or
+    /// a property is gone or of another type. Throws RefusedInstance as createInstance() does.
     struct Declarations {
         std::vector<CIMQualifierDeclaration> qualifiers;
         std::vector<CIMClass> classes;
@@ -113,7 +130,8 @@ public:
                                                            std::string_view className) const;
 
     /// Properties not given take the defaults of the class, or NULL. Returns its name. Throws 5, 11; 4 for a
-    /// class that is abstract and for a missing key; 12 for an unknown property, 13 for one of another type.
+    /// class that is abstract or has no key, and for a missing key; 12 for an unknown property, 13 for one of
+    /// another type.
     ORVSmrPtr<IOrvoInstanceName> createInstance(std::string_view nameSpace, const IOrvoObject& instance);
 
     /// Sets the properties of `instance` that `properties` names (empty: all that it holds); a named property

@@ -18,7 +18,7 @@ namespace velm {
 
 /// What of a class or an instance is written.
 struct CIMSelection {
-    /// Only elements that the class itself defines or overrides.
+    /// Only elements, qualifiers included, that the class itself defines or overrides.
     bool localOnly = false;
     bool includeQualifiers = true;
     bool includeClassOrigin = false;
@@ -32,7 +32,9 @@ void writeClass(std::string& xml, const CIMClass& declaration, const CIMSelectio
 void writeQualifierDeclaration(std::string& xml, const CIMQualifierDeclaration& declaration);
 
 /// INSTANCE without a path. Properties stand in the order of `declaration`, those that the instance does not
-/// hold as NULL; class origins come from there. Qualifiers of instances are never written.
+/// hold as NULL, and those that only the instance has not at all; class origins and types come from there.
+/// Its class name is that of the instance, which may lie below `declaration`. Qualifiers of instances are
+/// never written.
 void writeInstance(std::string& xml, const IOrvoObject& instance, const CIMClass& declaration,
                    const CIMSelection& selection);
 
@@ -44,7 +46,9 @@ void writeInstancePath(std::string& xml, const IOrvoInstanceName& name, std::str
 void writeClassPath(std::string& xml, std::string_view className, std::string_view nameSpace,
                     std::string_view host);
 
-/// A stored instance holds exactly its own properties, typed: what readInstance() gives back unchanged.
+/// INSTANCE for keeping rather than for clients: exactly the properties that the instance holds, typed, which
+/// readInstance() gives back unchanged. Requires: no property is an array of references, which CIM-XML does
+/// not have.
 void writeStoredInstance(std::string& xml, const IOrvoObject& instance);
 
 }  // namespace velm

@@ -13,8 +13,8 @@ using std::chrono::seconds;
 
 class LogRepeatsTest : public testing::Test {
 protected:
-    bool admit(const ORVString& component, const ORVString& message) {
-        return repeats.admit(component, message, OrvoTraceLog::SeverityWarning, now, ended);
+    bool admit(const ORVString& component, const ORVString& message, unsigned int number = 0) {
+        return repeats.admit({component, message, OrvoTraceLog::SeverityWarning, number}, now, ended);
     }
 
     LogRepeats repeats;
@@ -29,12 +29,14 @@ TEST_F(LogRepeatsTest, CountsLine_WhenItRepeatsInsideTheWindow) {
     EXPECT_TRUE(ended.empty());
 }
 
-TEST_F(LogRepeatsTest, TellsLinesApart_WhenComponentOrMessageDiffers) {
+TEST_F(LogRepeatsTest, TellsLinesApart_WhenComponentMessageOrNumberDiffers) {
     EXPECT_TRUE(admit("a", "x"));
     EXPECT_TRUE(admit("b", "x"));
     EXPECT_TRUE(admit("a", "y"));
     EXPECT_TRUE(admit("ax", ""));
     EXPECT_TRUE(admit("", "ax"));
+    EXPECT_TRUE(admit("a", "x", 1));
+    EXPECT_FALSE(admit("a", "x", 1));
 }
 
 TEST_F(LogRepeatsTest, EndsWindow_WhenThirtySecondsArePast) {
@@ -44,9 +46,9 @@ TEST_F(LogRepeatsTest, EndsWindow_WhenThirtySecondsArePast) {
     now += seconds(30);
     EXPECT_TRUE(admit("a", "x"));
     ASSERT_EQ(ended.size(), 1u);
-    EXPECT_EQ(ended[0].component, "a");
-    EXPECT_EQ(ended[0].message, "x");
-    EXPECT_EQ(ended[0].severity, OrvoTraceLog::SeverityWarning);
+    EXPECT_EQ(ended[0].line.component, "a");
+    EXPECT_EQ(ended[0].line.message, "x");
+    EXPECT_EQ(ended[0].line.severity, OrvoTraceLog::SeverityWarning);
     EXPECT_EQ(ended[0].count, 2u);
 }
 
@@ -75,7 +77,7 @@ TEST_F(LogRepeatsTest, EndsOldestWindow_WhenTheTableIsFull) {
     EXPECT_TRUE(ended.empty());
     EXPECT_TRUE(admit("a", "one more"));
     ASSERT_EQ(ended.size(), 1u);
-    EXPECT_EQ(ended[0].message, "0");
+    EXPECT_EQ(ended[0].line.message, "0");
     EXPECT_FALSE(admit("a", "1"));
     EXPECT_TRUE(admit("a", "0"));
 }

@@ -4,6 +4,7 @@
 #include "tests/unit/server/services/TemporaryFolder.h"
 
 #include <atomic>
+#include <filesystem>
 #include <latch>
 #include <mutex>
 #include <string>
@@ -55,6 +56,7 @@ public:
         ORVLog::setObserver(nullptr);
         ORVLog::flush();
         ORVLog::open("");
+        ORVLog::setFormat(ORVLog::Format::text);
         _reset();
     }
 
@@ -231,6 +233,31 @@ TEST_F(ORVLogTest, AnswersFalse_WhenTheFileCannotBeOpened) {
     EXPECT_FALSE(ORVLog::open(std::string_view(folder.file("plain/velm.log"))));
     log("after a refusal");
     EXPECT_THAT(lines(), ElementsAre(EndsWith("after a refusal")));
+}
+
+TEST_F(ORVLogTest, WritesJSON_WhenThatFormatIsSet) {
+    ORVLog::setFormat(ORVLog::Format::json);
+    log("for a machine", warning, 17);
+    ASSERT_EQ(lines().size(), 1u);
+    EXPECT_THAT(lines()[0], testing::HasSubstr(R"("severity":"warning","component":"ORVLogTest::log")"));
+    EXPECT_THAT(lines()[0], EndsWith(R"("number":17,"message":"for a machine"})"));
+}
+
+TEST_F(ORVLogTest, WritesToANewFile_WhenReopenedAfterTheOldWasMoved) {
+    log("before the move");
+    std::filesystem::rename(folder.file("velm.log"), folder.file("velm.log.1"));
+    EXPECT_TRUE(ORVLog::reopen());
+    log("after the move");
+    EXPECT_THAT(folder.lines("velm.log.1"), ElementsAre(EndsWith("before the move")));
+    EXPECT_THAT(lines(), ElementsAre(EndsWith("after the move")));
+}
+
+TEST_F(ORVLogTest, AnswersFalse_WhenTheFileCannotBeReopened) {
+    std::filesystem::rename(folder.file("velm.log"), folder.file("velm.log.1"));
+    std::filesystem::create_directory(folder.file("velm.log"));
+    EXPECT_FALSE(ORVLog::reopen());
+    log("after a refused reopening");
+    EXPECT_THAT(folder.lines("velm.log.1"), ElementsAre(EndsWith("after a refused reopening")));
 }
 
 void logWhileExiting() {

@@ -1,0 +1,40 @@
+#include "velmd/daemon/RepositoryReports.h"
+
+#include "foundation/containers/ORVValSlist.h"
+#include "foundation/object_model/COrvoIndication.h"
+#include "foundation/services/ORVLog.h"
+#include "foundation/utilities/OrvoBaseException.h"
+
+namespace velm {
+
+namespace {
+
+ORVSmrPtr<IOrvoIndication> indicationOf(const InstanceChange& change) {
+    ORVSmrPtr<ORVValSlist<ORVString>> properties;
+    if (!change.changedProperties.empty()) {
+        properties = new ORVValSlist<ORVString>;
+        for (const std::string& name : change.changedProperties) {
+            properties->append(ORVString(name));
+        }
+    }
+    return ORVSmrPtr<IOrvoIndication>(new COrvoIndication(change.object, change.kind, properties, nullptr,
+                                                          IOrvoIndication::IntentReport, nullptr, false));
+}
+
+}  // namespace
+
+Repository::Observer repositoryReports(const ORVSmrPtr<IOrvoSubscriber>& observer) {
+    return [observer](const InstanceChange& change) {
+        try {
+            observer->notify(indicationOf(change));
+        } catch (const OrvoBaseException& failure) {
+            // The instance is changed all the same; whoever subscribed has to learn of it otherwise.
+            ORVLog::log("RepositoryReports",
+                        "A change of " + change.object->getInstanceName()->toString() +
+                            " could not be reported: " + failure.getMessage(),
+                        OrvoTraceLog::SeverityError, OrvoTraceLog::VerbosityNormal, 0, ORVLog::CIMOMLOG);
+        }
+    };
+}
+
+}  // namespace velm

@@ -1,0 +1,137 @@
+#include "velmd/daemon/Server.h"
+
+#include "CIMOM_Indications/CIMOMClassManager.h"
+#include "Indications/IndicationNotifier.h"
+#include "velmd/daemon/ClassMirror.h"
+#include "velmd/daemon/Drain.h"
+#include "velmd/daemon/Import.h"
+#include "velmd/daemon/LogSetup.h"
+#include "velmd/daemon/RepositoryReports.h"
+#include "velmd/repository/RegistryClasses.h"
+
+#include <algorithm>
+#include <climits>
+#include <unistd.h>
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+namespace velm {
+
+namespace {
+
+std::string hostName(const Settings& settings) {
+    std::string name = settings.text("Server", "HostName");
+    if (name.empty()) {
+        char own[HOST_NAME_MAX + 1] = {};
+        name = ::gethostname(own, sizeof own - 1) == 0 && own[0] != '\0' ? own : "localhost";
+    }
+    return name;
+}
+
+HTTPLimits limitsIn(const Settings& settings) {
+    const auto size = [&](const char* key) {
+        return static_cast<std::size_t>(settings.number("Limits", key));
+    };
+    HTTPLimits limits;
+    limits.maxHeaderBytes = size("MaxHeaderBytes");
+    limits.maxBodyBytes = size("MaxBodyBytes");
+    limits.maxConnections = size("MaxConnections");
+    limits.maxWaitingRequests = size("MaxWaitingRequests");
+    limits.idleTimeout = settings.seconds("Limits", "IdleSeconds");
+    limits.requestTimeout = settings.seconds("Limits", "RequestSeconds");
+    limits.writeTimeout = settings.seconds("Limits", "WriteSeconds");
+    return limits;
+}
+
+HTTPServer::Options optionsIn(const Settings& settings) {
+    HTTPServer::Options options;
+    options.addresses = settings.list("Server", "Addresses");
+    options.port = static_cast<std::uint16_t>(settings.number("Server", "Port"));
+    options.workers = static_cast<unsigned int>(settings.number("Server", "Workers"));
+    options.limits = limitsIn(settings);
+    return options;
+}
+
+}  // namespace
+
+Server::Server(const Settings& settings)
+    : _addresses(settings.list("Server", "Addresses")),
+      _state(settings.text("Server", "StateDirectory")),
+      _repository(_state.repositoryFile()),
+      _providerTable(mirroredNamespace, _isA()),
+      _instances(_repository, _providerTable, mirroredNamespace,
+                 static_cast<int>(settings.number("VELM", "CimTransactionTimeout"))) {
+    if (_repository.isNew()) {
+        _seed();
+    }
+    CCIMOMClassManager::initialize(ORVSmrPtr<IOrvoRepository>(new RegistryClasses(_repository)));
+    _manager = std::make_unique<CIndicationManager>(_providerTable);
+    _repository.setObserver(repositoryReports(_manager->getSmartSubscriber()));
+    _manager->enableIndications();
+    _loadProviders(settings);
+    const MessageLimits messageLimits{static_cast<std::size_t>(settings.number("Limits", "MaxXMLDepth"))};
+    _handler = std::make_unique<RequestHandler>(
+        RequestHandler::Parts{_repository, _instances, *_manager, hostName(settings), &mirrorClass},
+        messageLimits);
+    _http = std::make_unique<HTTPServer>(
+        optionsIn(settings), [this](const HTTPRequest& request) { return _handler->handle(request); });
+}
+
+Server::~Server() {
+    // Whoever calls into the parts goes before them.
+    _http.reset();
+    if (_providers) {
+        _providers->closeGates();
+    }
+    _repository.setObserver({});
+    _manager.reset();
+    _providers.reset();
+}
+
+ProviderTable::IsA Server::_isA() const {
+    return [this](std::string_view className, std::string_view ancestor) {
+        const ResolvedClassHandle found = _repository.find(mirroredNamespace).classes->find(className);
+        return found && found->isA(ancestor);
+    };
+}
+
+void Server::_seed() {
+    const Import::Count count = seed(_repository);
+    logInformation(fmt::format("Created the repository {} with {} classes in namespace {}.",
+                               _state.repositoryFile().string(), count.classes, mirroredNamespace));
+}
+
+void Server::_loadProviders(const Settings& settings) {
+    const ProviderHost host{
+        _manager->getSmartSubscriber(), mirroredNamespace,
+        [this](std::string_view name) { return _repository.find(name); },
+        [&settings](std::string_view name) { return ORVString(settings.providerArgument(name)); }};
+    _providers = std::make_unique<ProviderFolder>(settings.text("Providers", "Directory"), host);
+    for (const auto& loaded : _providers->providers()) {
+        _providerTable.add(ORVString(loaded->name()), loaded->provider(), loaded->classNames());
+    }
+}
+
+std::string Server::describe() const {
+    return fmt::format("port {} of {}; {} classes, {} providers", _http->port(),
+                       fmt::join(_addresses, " and "), _repository.find(mirroredNamespace).classes->size(),
+                       _providers->providers().size());
+}
+
+bool Server::makesProgress() {
+    return _http->makesProgress();
+}
+
+Server::Leftover Server::stop(std::chrono::milliseconds patience) {
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    Leftover leftover;
+    leftover.requests = _http->stop(patience);
+    _providers->closeGates();
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    leftover.indications = drainIndications(*_manager, std::max(left, std::chrono::milliseconds(0)));
+    return leftover;
+}
+
+}  // namespace velm

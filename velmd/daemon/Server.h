@@ -1,0 +1,68 @@
+#pragma once
+
+#include "Indications/IndicationManager.h"
+#include "velmd/daemon/StateDirectory.h"
+#include "velmd/http/HTTPServer.h"
+#include "velmd/providers/ProviderFolder.h"
+#include "velmd/providers/ProviderTable.h"
+#include "velmd/repository/Repository.h"
+#include "velmd/requests/Instances.h"
+#include "velmd/requests/RequestHandler.h"
+#include "velmd/settings/Settings.h"
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velm {
+
+/// The whole server: repository, indication library, providers and request front end, wired together.
+///
+/// Threads: constructed, stopped and destroyed by one thread; requests, providers and deliveries run on their
+/// own meanwhile. One server in a process: the library's class registry is the process's.
+///
+/// Failure: the constructor throws what keeps the server from starting, with a text for the operator.
+class Server {
+public:
+    /// Serves when it returns.
+    explicit Server(const Settings& settings);
+    Server(const Server&) = delete;
+    Server& operator=(const Server&) = delete;
+    ~Server();
+
+    /// "port 5988 of 127.0.0.1 and ::1; 31 classes, 2 providers".
+    std::string describe() const;
+
+    /// Whether requests get on; see HTTPServer::makesProgress().
+    bool makesProgress();
+
+    /// What was not done when the time was up.
+    struct Leftover {
+        std::size_t requests = 0;
+        std::uint64_t indications = 0;
+    };
+    /// Takes no more requests and reports, lets what is under way end, and delivers what is queued, for
+    /// `patience` at the most.
+    Leftover stop(std::chrono::milliseconds patience);
+
+private:
+    void _seed();
+    void _loadProviders(const Settings& settings);
+    ProviderTable::IsA _isA() const;
+
+    const std::vector<std::string> _addresses;
+    StateDirectory _state;
+    Repository _repository;
+    ProviderTable _providerTable;
+    std::unique_ptr<CIndicationManager> _manager;
+    // After the manager: a server that cannot start lets go of its providers, which report to it, first.
+    std::unique_ptr<ProviderFolder> _providers;
+    Instances _instances;
+    std::unique_ptr<RequestHandler> _handler;
+    std::unique_ptr<HTTPServer> _http;
+};
+
+}  // namespace velm

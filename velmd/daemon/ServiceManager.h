@@ -1,0 +1,19 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+
+/// What the service manager that started the daemon is told (sd_notify(3)). Without one, nothing happens.
+/// Any thread may call it.
+namespace velm {
+
+void tellReady(const std::string& status);
+void tellReloading();
+void tellStopping();
+void tellAlive();
+
+/// How often tellAlive() should be called; zero when nobody waits for it. There are several calls in the time
+/// that the service manager allows, so that one may be left out.
+std::chrono::milliseconds watchdogInterval();
+
+}  // namespace velm

@@ -1,0 +1,380 @@
+#include "velmd/http/HTTPServer.h"
+
+#include "foundation/services/ORVLog.h"
+#include "foundation/utilities/OrvoBaseException.h"
+#include "velmd/http/Connection.h"
+#include "velmd/http/Listening.h"
+#include "velmd/http/ResponseFraming.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <condition_variable>
+#include <deque>
+#include <future>
+#include <mutex>
+#include <stdexcept>
+#include <sys/socket.h>
+#include <system_error>
+#include <thread>
+#include <unordered_set>
+#include <utility>
+
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/thread_pool.hpp>
+#include <fmt/format.h>
+
+namespace velm {
+
+namespace {
+
+namespace asio = boost::asio;
+using asio::ip::tcp;
+using boost::system::error_code;
+using Connections = std::unordered_set<std::shared_ptr<Connection>>;
+
+constexpr std::size_t readSize = 64 * 1024;
+/// New connections that are taken before those that are open get a turn.
+constexpr int acceptBurst = 64;
+/// When a connection cannot be accepted, as when no descriptor is left.
+constexpr std::chrono::milliseconds acceptPause{100};
+/// Connections past the limit that are told so at one time; beyond them they are closed without a word.
+constexpr std::size_t refusalsAtOnce = 128;
+/// Far enough for anybody, and no overflow when added to the clock.
+constexpr std::chrono::milliseconds longestPatience = std::chrono::hours(24 * 365);
+
+constexpr Refusal tooManyConnections{503, "Too many connections are open."};
+
+void log(std::string_view text, OrvoTraceLog::Severity severity) {
+    ORVLog::log("HTTPServer", text, severity, OrvoTraceLog::VerbosityNormal, 0, ORVLog::CIMOMLOG);
+}
+
+void logFailure(std::string_view action, std::string_view cause) {
+    log(fmt::format("{}: {}", action, cause), OrvoTraceLog::SeverityError);
+}
+
+/// Runs `function`, and logs what it throws. False when it threw.
+template <class Function>
+bool runLogged(std::string_view action, Function&& function) {
+    try {
+        function();
+        return true;
+    } catch (const OrvoBaseException& failure) {
+        logFailure(action, failure.getMessage().view());
+    } catch (const std::exception& failure) {
+        logFailure(action, failure.what());
+    } catch (...) {
+        logFailure(action, "unknown exception");
+    }
+    return false;
+}
+
+struct Listener {
+    /// The acceptor only waits; what its protocol is then does not matter.
+    Listener(asio::io_context& loop, Descriptor socket)
+        : acceptor(loop, tcp::v4(), socket.get()), pause(loop) {
+        socket.release();
+    }
+
+    tcp::acceptor acceptor;
+    asio::steady_timer pause;
+};
+
+const HTTPServer::Options& checked(const HTTPServer::Options& options) {
+    if (options.workers == 0) {
+        throw std::invalid_argument("An HTTP server needs at least one worker");
+    }
+    return options;
+}
+
+}  // namespace
+
+class HTTPServer::Impl final : public IConnectionOwner {
+public:
+    Impl(Options options, Handler handler);
+    Impl(const Impl&) = delete;
+    Impl& operator=(const Impl&) = delete;
+    ~Impl() override { stop({}); }
+
+    std::uint16_t port() const noexcept { return _port; }
+    std::size_t connectionCount() const noexcept;
+    std::size_t stop(std::chrono::milliseconds patience);
+    bool makesProgress();
+
+private:
+    const Options& options() const override { return _options; }
+    std::span<char> readBuffer() override { return _readBuffer; }
+    bool handle(std::shared_ptr<Connection> connection, HTTPRequest request) override;
+    void handOver(Descriptor socket, std::function<void(int)> takeOver) override;
+    void forget(const std::shared_ptr<Connection>& connection) override;
+
+    // On the loop's thread.
+    void _run();
+    void _awaitClients(Listener& listener);
+    void _accept(Listener& listener);
+    void _pause(Listener& listener);
+    void _serve(Descriptor socket);
+    void _finish();
+    std::size_t _cutOff();
+
+    // On a worker.
+    void _work(std::shared_ptr<Connection> connection, const HTTPRequest& request);
+    HTTPResponse _answer(const HTTPRequest& request) const;
+    void _endJob();
+
+    void _waitUntilDone(std::chrono::milliseconds patience);
+
+    const Options _options;
+    const Handler _handler;
+
+    std::mutex _stopTurn;
+    mutable std::mutex _mutex;
+    std::condition_variable _changed;
+    // Guarded by _mutex.
+    std::size_t _connectionCount = 0;
+    /// What the workers have to do and do.
+    std::size_t _jobCount = 0;
+    std::size_t _endedJobs = 0;
+    bool _isFinishing = false;
+
+    // makesProgress()'s.
+    std::atomic<bool> _isTurnAwaited{false};
+    std::size_t _endedJobsBefore = 0;
+
+    /// What waits for a worker is dropped.
+    std::atomic<bool> _isCutOff{false};
+    std::atomic<std::size_t> _droppedHandOvers{0};
+
+    asio::io_context _loop{1};
+    asio::executor_work_guard<asio::io_context::executor_type> _keepsRunning{_loop.get_executor()};
+    // The loop's thread's.
+    std::deque<Listener> _listeners;
+    Connections _connections;
+    std::array<char, readSize> _readBuffer;
+
+    std::uint16_t _port = 0;
+    asio::thread_pool _workers;
+    std::thread _thread;
+};
+
+HTTPServer::Impl::Impl(Options options, Handler handler)
+    : _options(checked(options)), _handler(std::move(handler)), _workers(options.workers) {
+    Listening listening = listenOn(_options.addresses, _options.port);
+    _port = listening.port;
+    for (Descriptor& socket : listening.sockets) {
+        _awaitClients(_listeners.emplace_back(_loop, std::move(socket)));
+    }
+    _thread = std::thread([this] { _run(); });
+}
+
+std::size_t HTTPServer::Impl::connectionCount() const noexcept {
+    const std::lock_guard lock(_mutex);
+    return _connectionCount;
+}
+
+void HTTPServer::Impl::_run() {
+    while (!runLogged("The thread of the connections met an exception", [this] { _loop.run(); })) {
+    }
+}
+
+void HTTPServer::Impl::_awaitClients(Listener& listener) {
+    listener.acceptor.async_wait(tcp::acceptor::wait_read, [this, &listener](error_code error) {
+        if (!error && listener.acceptor.is_open()) {
+            _accept(listener);
+        }
+    });
+}
+
+void HTTPServer::Impl::_accept(Listener& listener) {
+    for (int count = 0; count < acceptBurst; ++count) {
+        Descriptor socket(
+            ::accept4(listener.acceptor.native_handle(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+        if (socket) {
+            runLogged("A connection cannot be served", [&] { _serve(std::move(socket)); });
+        } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
+            break;
+        } else if (errno != ECONNABORTED && errno != EINTR) {
+            logFailure("A connection cannot be accepted", std::generic_category().message(errno));
+            return _pause(listener);
+        }
+    }
+    _awaitClients(listener);
+}
+
+void HTTPServer::Impl::_pause(Listener& listener) {
+    listener.pause.expires_after(acceptPause);
+    listener.pause.async_wait([this, &listener](error_code error) {
+        if (!error && listener.acceptor.is_open()) {
+            _accept(listener);
+        }
+    });
+}
+
+void HTTPServer::Impl::_serve(Descriptor socket) {
+    const std::size_t limit = _options.limits.maxConnections;
+    if (_connections.size() >= limit + refusalsAtOnce) {
+        return;
+    }
+    const auto connection = std::make_shared<Connection>(_loop, std::move(socket), *this);
+    _connections.insert(connection);
+    {
+        const std::lock_guard lock(_mutex);
+        _connectionCount = _connections.size();
+    }
+    if (_connections.size() > limit) {
+        connection->refuse(tooManyConnections);
+    } else {
+        connection->start();
+    }
+}
+
+void HTTPServer::Impl::forget(const std::shared_ptr<Connection>& connection) {
+    _connections.erase(connection);
+    const std::lock_guard lock(_mutex);
+    _connectionCount = _connections.size();
+    _changed.notify_all();
+}
+
+bool HTTPServer::Impl::handle(std::shared_ptr<Connection> connection, HTTPRequest request) {
+    {
+        const std::lock_guard lock(_mutex);
+        if (_jobCount >= _options.workers + _options.limits.maxWaitingRequests) {
+            return false;
+        }
+        ++_jobCount;
+    }
+    asio::post(_workers, [this, connection = std::move(connection), request = std::move(request)]() mutable {
+        _work(std::move(connection), request);
+    });
+    return true;
+}
+
+void HTTPServer::Impl::_work(std::shared_ptr<Connection> connection, const HTTPRequest& request) {
+    HTTPResponse response;
+    if (!_isCutOff) {
+        response = _answer(request);
+    }
+    _endJob();
+    asio::post(_loop, [connection = std::move(connection), response = std::move(response)]() mutable {
+        connection->answer(std::move(response));
+    });
+}
+
+HTTPResponse HTTPServer::Impl::_answer(const HTTPRequest& request) const {
+    HTTPResponse response;
+    const bool isDone = runLogged("The handler of a request threw", [&] { response = _handler(request); });
+    const std::string_view flaw = isDone ? flawOf(response) : std::string_view();
+    if (!flaw.empty()) {
+        logFailure("The answer of a handler cannot be sent", flaw);
+    }
+    if (!isDone || !flaw.empty()) {
+        response = HTTPResponse();
+        response.status = 500;
+    }
+    return response;
+}
+
+void HTTPServer::Impl::_endJob() {
+    const std::lock_guard lock(_mutex);
+    --_jobCount;
+    ++_endedJobs;
+    _changed.notify_all();
+}
+
+void HTTPServer::Impl::handOver(Descriptor socket, std::function<void(int)> takeOver) {
+    {
+        const std::lock_guard lock(_mutex);
+        ++_jobCount;
+    }
+    asio::post(_workers, [this, socket = std::move(socket), takeOver = std::move(takeOver)]() mutable {
+        if (_isCutOff) {
+            ++_droppedHandOvers;
+        } else {
+            runLogged("What took a connection over threw", [&] { takeOver(socket.release()); });
+        }
+        _endJob();
+    });
+}
+
+void HTTPServer::Impl::_finish() {
+    for (Listener& listener : _listeners) {
+        error_code ignored;
+        listener.acceptor.close(ignored);
+        listener.pause.cancel();
+    }
+    for (const auto& connection : Connections(_connections)) {
+        connection->finish();
+    }
+    const std::lock_guard lock(_mutex);
+    _isFinishing = true;
+    _changed.notify_all();
+}
+
+std::size_t HTTPServer::Impl::_cutOff() {
+    _isCutOff = true;
+    const Connections connections(_connections);
+    return static_cast<std::size_t>(
+        std::ranges::count_if(connections, [](const auto& connection) { return connection->cutOff(); }));
+}
+
+void HTTPServer::Impl::_waitUntilDone(std::chrono::milliseconds patience) {
+    std::unique_lock lock(_mutex);
+    _changed.wait_for(lock, std::min(patience, longestPatience),
+                      [this] { return _isFinishing && _connectionCount == 0 && _jobCount == 0; });
+}
+
+std::size_t HTTPServer::Impl::stop(std::chrono::milliseconds patience) {
+    const std::lock_guard turn(_stopTurn);
+    if (!_thread.joinable()) {
+        return 0;
+    }
+    asio::post(_loop, [this] { _finish(); });
+    _waitUntilDone(patience);
+    std::promise<std::size_t> cutOff;
+    asio::post(_loop, [this, &cutOff] { cutOff.set_value(_cutOff()); });
+    const std::size_t count = cutOff.get_future().get();
+    _workers.join();
+    _keepsRunning.reset();
+    _thread.join();
+    return count + _droppedHandOvers;
+}
+
+bool HTTPServer::Impl::makesProgress() {
+    const bool hadTurn = !_isTurnAwaited.exchange(true);
+    if (hadTurn) {
+        asio::post(_loop, [this] { _isTurnAwaited = false; });
+    }
+    const std::lock_guard lock(_mutex);
+    const bool waits = _jobCount > _options.workers;
+    const bool worked = std::exchange(_endedJobsBefore, _endedJobs) != _endedJobs;
+    return hadTurn && (worked || !waits);
+}
+
+HTTPServer::HTTPServer(Options options, Handler handler)
+    : _impl(std::make_unique<Impl>(std::move(options), std::move(handler))) {
+}
+
+HTTPServer::~HTTPServer() = default;
+
+std::uint16_t HTTPServer::port() const noexcept {
+    return _impl->port();
+}
+
+std::size_t HTTPServer::connectionCount() const noexcept {
+    return _impl->connectionCount();
+}
+
+std::size_t HTTPServer::stop(std::chrono::milliseconds patience) {
+    return _impl->stop(patience);
+}
+
+bool HTTPServer::makesProgress() {
+    return _impl->makesProgress();
+}
+
+}  // namespace velm

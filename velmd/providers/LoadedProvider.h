@@ -1,0 +1,56 @@
+#pragma once
+
+#include "velmd/providers/GatedProvider.h"
+#include "velmd/providers/ProviderLibrary.h"
+#include "velmd/providers/ReportGate.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velm {
+
+/// What the server gives to its providers.
+struct ProviderHost {
+    /// The indication library's observer.
+    ORVSmrPtr<IOrvoSubscriber> observer;
+    /// The one namespace that providers serve.
+    ORVString nameSpace;
+    /// Finds the classes that reports are checked against; called on any thread until the gates are closed.
+    ObjectNames::FindNamespace findNamespace;
+    /// The configured argument of the provider with this name; empty where there is none.
+    std::function<ORVString(std::string_view providerName)> argumentOf;
+};
+
+/// A provider that runs, its gate and its shared object.
+///
+/// Threads: constructed and destroyed by one thread; the provider and its gate may be used by any. The
+/// destructor deletes the provider, closes the gate, then the shared object.
+class LoadedProvider {
+public:
+    /// Throws std::runtime_error, whose text says why the provider cannot work.
+    LoadedProvider(ProviderLibrary library, const ProviderHost& host);
+
+    const std::string& name() const noexcept { return _library.name(); }
+    /// As the provider spells them; none for a provider that only reports.
+    const std::vector<std::string>& classNames() const noexcept { return _classNames; }
+    /// To be called in its place.
+    IProvider& provider() noexcept { return _gated; }
+    ReportGate& gate() noexcept { return *_gate; }
+
+private:
+    struct CloseGate {
+        void operator()(ReportGate* gate) const { gate->close(); }
+    };
+
+    ProviderLibrary _library;
+    const ORVSmrPtr<IOrvoSubscriber> _gateHandle;
+    const std::unique_ptr<ReportGate, CloseGate> _gate;
+    const std::unique_ptr<IProvider> _provider;
+    GatedProvider _gated;
+    std::vector<std::string> _classNames;
+};
+
+}  // namespace velm
