@@ -88,6 +88,9 @@ void WatchedDirectory::_applyInterest() noexcept {
     try {
         if (_inotify.change(_watch, _path, wanted)) {
             _extent = wanted;
+        } else {
+            _reporter.log("The path '" + ORVString(_path) + "' leads to another directory than before",
+                          OrvoTraceLog::SeverityWarning);
         }
     } catch (...) {
         _reporter.log(providers::currentFailure(), OrvoTraceLog::SeverityError);

@@ -98,18 +98,20 @@ TEST_F(VelmdConfiguration, TakesEffectAtOnceWhereItCan_AndNamesWhatNeedsARestart
     const std::string file = configure("[Log]\nSeverity = 3\n");
     VelmdProcess velmd(state, {"--config", file});
     sendNonsense(velmd.port());
-    configure("[Log]\nSeverity = 4\n[Server]\nWorkers = 2\n[VELM]\nMaxSubscribers = 5\n");
+    configure(
+        "[Log]\nSeverity = 4\n[Server]\nWorkers = 2\n[VELM]\nMaxSubscribers = 5\n[Limits]\nIdleSeconds = "
+        "5\n");
     velmd.signal(SIGHUP);
     ASSERT_TRUE(
         velmd.waitForLog("Reloaded; in effect now: Log.Severity; "
-                         "at the next start: Server.Workers, VELM.MaxSubscribers."));
+                         "at the next start: Limits.IdleSeconds, Server.Workers, VELM.MaxSubscribers."));
     sendNonsense(velmd.port());
     ASSERT_TRUE(velmd.waitForLog("was answered with 400"));
     EXPECT_EQ(countOf(velmd.log(), "was answered with 400"), 1U) << "what is a detail was logged before";
     velmd.signal(SIGHUP);
     EXPECT_TRUE(
         velmd.waitForLog("Reloaded; in effect now: nothing new; "
-                         "at the next start: Server.Workers, VELM.MaxSubscribers."));
+                         "at the next start: Limits.IdleSeconds, Server.Workers, VELM.MaxSubscribers."));
 }
 
 TEST_F(VelmdConfiguration, StaysAsItWas_WhenTheNewOneIsWrong) {
@@ -144,6 +146,23 @@ TEST_F(VelmdLogFile, IsOpenedAnew_WhenItWasMovedAway) {
     EXPECT_EQ(velmd.log(), "");
 }
 
+TEST_F(VelmdLogFile, GoesOnAsItWas_WhenItCannotBeOpenedAnew) {
+    const auto folder = directory.path() / "logs";
+    const auto moved = directory.path() / "moved";
+    const ProgramProcess velmd(velmdCommand(state, {"--log-file", (folder / "velmd.log").string()}));
+    const auto waitForMoved = [&](const std::string& text) {
+        return holdsInTime([&] { return contentOf(moved / "velmd.log").find(text) != std::string::npos; });
+    };
+    ASSERT_TRUE(holdsInTime(
+        [&] { return contentOf(folder / "velmd.log").find("Serving on port ") != std::string::npos; }));
+    std::filesystem::rename(folder, moved);
+    directory.write("logs", "");
+    velmd.signal(SIGHUP);
+    EXPECT_TRUE(
+        waitForMoved("The log file cannot be opened anew; the log goes on in the one that was open."));
+    EXPECT_TRUE(waitForMoved("Reloaded; "));
+}
+
 TEST_F(VelmdLogFile, ChangesPlaceAndFormat_WhenTheConfigurationDoes) {
     const std::string file = configure("");
     VelmdProcess velmd(state, {"--config", file});
@@ -163,6 +182,16 @@ TEST_F(VelmdLogFile, SaysWhyTheDaemonDidNotStart_AsStandardErrorDoes) {
     const std::string reason = "state directory " + notADirectory + ": is no directory\n";
     EXPECT_EQ(result.output, "velmd: " + reason);
     EXPECT_THAT(contentOf(logFile), HasSubstr("Not started: " + reason));
+}
+
+TEST_F(VelmdConfiguration, EndsCleanlyBesideAProviderThatReports_WhenThePortIsInUse) {
+    const ScriptedListener taken;
+    const ProgramResult result =
+        runVelmd({"--state-dir", state.string(), "--address", "127.0.0.1", "--port", taken.port(), "--set",
+                  "Providers.Directory=" + providerFolder(directory, "chatter", VELM_TEST_CHATTER_PROVIDER)});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.output, AllOf(HasSubstr("Cannot listen on 127.0.0.1 port " + taken.port()),
+                                     Not(HasSubstr("Sanitizer"))));
 }
 
 struct StartCase {

@@ -13,6 +13,7 @@
 
 #include <arpa/inet.h>
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <memory>
 #include <netinet/in.h>
@@ -132,14 +133,7 @@ protected:
     WBEMClient client{velmd.port()};
 };
 
-struct Vanishing {
-    const char* name;
-    void (ChannelSocket::*vanish)();
-};
-
-void PrintTo(const Vanishing& vanishing, std::ostream* out) {
-    *out << vanishing.name;
-}
+enum class Vanishing { close, reset };
 
 class VelmdDeliveryVanishing : public VelmdDelivery, public testing::WithParamInterface<Vanishing> {};
 
@@ -152,7 +146,11 @@ TEST_P(VelmdDeliveryVanishing, RemovesTheSubscriberOfAChannelAtOnceAndServesOthe
     const auto channel = openChannel(subscriptions);
     ScriptedListener behind(goodAnswer());
     subscribe(behind);
-    ((*channel).*GetParam().vanish)();
+    if (GetParam() == Vanishing::close) {
+        channel->close();
+    } else {
+        channel->reset();
+    }
     int left = subscriptions;
     EXPECT_TRUE(holdsInTime([&] { return !unsubscribeChannel() || --left == 0; }));
     EXPECT_GT(left, 0) << "it was still there when its last subscription was taken back";
@@ -161,10 +159,10 @@ TEST_P(VelmdDeliveryVanishing, RemovesTheSubscriberOfAChannelAtOnceAndServesOthe
     EXPECT_TRUE(behind.waitForRequests(1));
 }
 
-INSTANTIATE_TEST_SUITE_P(Clients, VelmdDeliveryVanishing,
-                         testing::Values(Vanishing{"Closes", &ChannelSocket::close},
-                                         Vanishing{"Resets", &ChannelSocket::reset}),
-                         [](const auto& tested) { return std::string(tested.param.name); });
+INSTANTIATE_TEST_SUITE_P(Clients, VelmdDeliveryVanishing, testing::Values(Vanishing::close, Vanishing::reset),
+                         [](const auto& tested) {
+                             return std::string(tested.param == Vanishing::close ? "Closes" : "Resets");
+                         });
 
 TEST_F(VelmdDelivery, GoesOnToOthers_WhenAChannelThatIsNotReadIsReset) {
     const auto channel = openChannel();
@@ -191,6 +189,22 @@ TEST_F(VelmdDelivery, GoesOnToOthersAfterTwoMinutes_WhenAChannelIsNotRead) {
     flood();
     ASSERT_TRUE(other.waitForRequests(floodSize, std::chrono::minutes(3)));
     EXPECT_FALSE(unsubscribeChannel());
+}
+
+TEST_F(VelmdDelivery, IsNoReasonToStayAlive_WhenAChannelIsNotRead) {
+    VelmdProcess other(directory.path() / "other", {"--set", "Server.DrainSeconds=1"});
+    WBEMClient writer(other.port());
+    ASSERT_EQ(writer.call("CreateClass", {{"NewClass", itemClass("EX_Item")}}).status(), 0);
+    const auto identity = WBEMClient::subscriber(channelPort, channelSession);
+    const ChannelSocket channel(other.port(), writer.request("RegisterNotificationChannel", identity));
+    ASSERT_TRUE(writer.call("Subscribe", creations(identity)).has("TRUE"));
+    for (int number = 0; number < floodSize; ++number) {
+        const std::string item = itemInstance("EX_Item", std::to_string(number), std::string(500'000, 'c'));
+        ASSERT_EQ(writer.call("CreateInstance", {{"NewInstance", item}}).status(), 0);
+    }
+    other.signal(SIGTERM);
+    EXPECT_EQ(other.wait(seconds(10)), 0);
+    EXPECT_THAT(other.log(), testing::ContainsRegex("and [1-9][0-9]* indication\\(s\\) were not delivered"));
 }
 
 TEST_F(VelmdDelivery, ServesWhoComesBeforeAListenerThatHangs_AndWhoComesBehindOnceItIsThrough) {

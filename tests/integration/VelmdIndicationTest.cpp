@@ -5,6 +5,7 @@
 #include "tests/support/WBEMClient.h"
 
 #include <string>
+#include <sys/resource.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -181,4 +182,13 @@ TEST_F(VelmdIndication, IsDeliveredBeforeTheDaemonEnds_WhenItIsTerminated) {
     EXPECT_EQ(velmd.terminate(), 0);
     EXPECT_EQ(receivedBy(listener).size(), 50U);
     EXPECT_THAT(velmd.log(), testing::HasSubstr("Stopped; nothing was left undone."));
+}
+
+TEST(VelmdDescriptors, AreAsManyAsTheSystemAllows_HoweverFewItStartsWith) {
+    const TemporaryDirectory directory;
+    const VelmdProcess velmd(directory.path(), {}, {"/usr/bin/prlimit", "--nofile=256:4096"});
+    rlimit limit{};
+    ASSERT_EQ(::prlimit(velmd.id(), RLIMIT_NOFILE, nullptr, &limit), 0);
+    EXPECT_EQ(limit.rlim_cur, 4096U);
+    EXPECT_TRUE(velmd.waitForLog("too few for Limits.MaxConnections = 20000"));
 }

@@ -94,12 +94,8 @@ protected:
 
     /// Arguments for a daemon with a provider that waits as long as hold() says.
     std::vector<std::string> withGate(std::vector<std::string> arguments = {}) const {
-        const auto folder = directory.path() / "providers";
-        std::filesystem::create_directory(folder);
-        std::filesystem::permissions(folder, std::filesystem::perms::owner_all);
-        std::filesystem::copy_file(VELM_TEST_GATE_PROVIDER, folder / "libgate_provider.so");
-        std::filesystem::permissions(folder / "libgate_provider.so", std::filesystem::perms::owner_all);
-        arguments.insert(arguments.end(), {"--set", "Providers.Directory=" + folder.string(), "--set",
+        const auto folder = providerFolder(directory, "gate", VELM_TEST_GATE_PROVIDER);
+        arguments.insert(arguments.end(), {"--set", "Providers.Directory=" + folder, "--set",
                                            "Providers.gate=" + directory.path().string()});
         return arguments;
     }

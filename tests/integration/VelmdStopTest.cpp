@@ -11,6 +11,7 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <filesystem>
 #include <memory>
 #include <set>
 #include <stdexcept>
@@ -98,9 +99,13 @@ protected:
     TemporaryDirectory directory;
 };
 
+enum class Ending { terminated, killed };
+
+class VelmdRestart : public VelmdStop, public testing::WithParamInterface<Ending> {};
+
 }  // namespace
 
-TEST_F(VelmdStop, KeepsEverythingForTheNextStart) {
+TEST_P(VelmdRestart, KeepsEverythingForTheNextStart) {
     const std::string qualifier =
         "<QUALIFIER.DECLARATION NAME=\"EX_Mark\" TYPE=\"string\"><SCOPE CLASS=\"true\"/>"
         "</QUALIFIER.DECLARATION>";
@@ -118,8 +123,10 @@ TEST_F(VelmdStop, KeepsEverythingForTheNextStart) {
                       .status(),
                   0);
         EXPECT_EQ(client.call("SetQualifier", {{"QualifierDeclaration", qualifier}}).status(), 0);
-        EXPECT_EQ(velmd.terminate(), 0);
-        EXPECT_THAT(velmd.log(), HasSubstr("Stopped; nothing was left undone."));
+        if (GetParam() == Ending::terminated) {
+            EXPECT_EQ(velmd.terminate(), 0);
+            EXPECT_THAT(velmd.log(), HasSubstr("Stopped; nothing was left undone."));
+        }
     }
     EXPECT_EQ(runProgram({velmdProgram(), "--state-dir", directory.path().string(), "--import",
                           directory
@@ -143,6 +150,12 @@ TEST_F(VelmdStop, KeepsEverythingForTheNextStart) {
     EXPECT_TRUE(other.call("EnumerateClassNames").has("<CLASSNAME NAME=\"EX_Other\">"));
     EXPECT_THAT(velmd.log(), testing::Not(HasSubstr("Created the repository")));
 }
+
+INSTANTIATE_TEST_SUITE_P(Of, VelmdRestart, testing::Values(Ending::terminated, Ending::killed),
+                         [](const auto& tested) {
+                             return std::string(tested.param == Ending::killed ? "AKilledOne"
+                                                                               : "ATerminatedOne");
+                         });
 
 TEST_F(VelmdStop, AnswersOrClosesAndLosesNothing_WhenClientsAreWriting) {
     VelmdProcess velmd(directory.path());
@@ -224,6 +237,21 @@ TEST_F(VelmdStop, GoesOnAtOnce_WhenThereIsNoTimeToDrain) {
     EXPECT_EQ(velmd.wait(seconds(5)), 0);
     EXPECT_THAT(velmd.log(), AllOf(HasSubstr("Received SIGINT, stopping."),
                                    HasSubstr("1 indication(s) were not delivered")));
+}
+
+TEST_F(VelmdStop, EndsAllTheSame_WhenAProviderDoesNotComeBack) {
+    const auto folder = providerFolder(directory, "gate", VELM_TEST_GATE_PROVIDER);
+    VelmdProcess velmd(directory.path() / "state",
+                       {"--set", "Server.DrainSeconds=0", "--set", "Providers.Directory=" + folder, "--set",
+                        "Providers.gate=" + directory.path().string()});
+    directory.write("hold", "");
+    const WBEMClient client(velmd.port());
+    ResponseSocket stuck(velmd.port());
+    stuck.send(client.request("EnumerateInstanceNames", {{"ClassName", className("CIM_DataFile")}}));
+    ASSERT_TRUE(holdsInTime([this] { return std::filesystem::exists(directory.path() / "waiting"); }));
+    velmd.signal(SIGTERM);
+    EXPECT_EQ(velmd.wait(seconds(10)), 1);
+    EXPECT_THAT(velmd.log(), HasSubstr("a request or a provider did not come to its end within 3 seconds."));
 }
 
 TEST_F(VelmdStop, RefusesASecondDaemonOnItsStateDirectory) {

@@ -162,6 +162,18 @@ std::vector<std::string> velmdCommand(const std::filesystem::path& stateDirector
     return command;
 }
 
+std::string providerFolder(const TemporaryDirectory& directory, const std::string& name,
+                           const std::filesystem::path& provider) {
+    const auto folder = directory.path() / "providers";
+    const auto file = folder / ("lib" + name + "_provider.so");
+    std::filesystem::create_directory(folder);
+    std::filesystem::copy_file(provider, file);
+    // A provider that others may write to is refused.
+    std::filesystem::permissions(folder, std::filesystem::perms::owner_all);
+    std::filesystem::permissions(file, std::filesystem::perms::owner_all);
+    return folder.string();
+}
+
 VelmdProcess::VelmdProcess(const std::filesystem::path& stateDirectory,
                            const std::vector<std::string>& arguments,
                            const std::vector<std::string>& launcher)

@@ -77,6 +77,11 @@ std::vector<std::string> velmdCommand(const std::filesystem::path& stateDirector
                                       const std::vector<std::string>& arguments = {},
                                       const std::vector<std::string>& launcher = {});
 
+/// Makes a folder of providers below `directory`, with this one in it under this name, as the daemon wants
+/// it. Returns its path.
+std::string providerFolder(const TemporaryDirectory& directory, const std::string& name,
+                           const std::filesystem::path& provider);
+
 /// The daemon, serving, with its log on standard error.
 class VelmdProcess : public ProgramProcess {
 public:

@@ -3,7 +3,9 @@
 #include "foundation/services/ORVLog.h"
 #include "foundation/utilities/OrvoBaseException.h"
 #include "velmd/daemon/ClassMirror.h"
+#include "velmd/daemon/Descriptors.h"
 #include "velmd/daemon/Import.h"
+#include "velmd/daemon/LastResort.h"
 #include "velmd/daemon/LogSetup.h"
 #include "velmd/daemon/Server.h"
 #include "velmd/daemon/ServiceManager.h"
@@ -18,6 +20,7 @@
 #include <memory>
 #include <string>
 #include <unistd.h>
+#include <utility>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -33,6 +36,8 @@ using std::chrono::milliseconds;
 constexpr int exitFailed = 1;
 constexpr int exitNotAllowed = 2;
 constexpr milliseconds longestNap{1000};
+/// For what cannot be cut off: a request that is being carried out, and a provider that goes.
+constexpr milliseconds grace{3000};
 
 Settings::Environment environment() {
     Settings::Environment variables;
@@ -119,21 +124,40 @@ void waitForTheEnd(const CommandLine& commandLine, Settings& settings, Server& s
     }
 }
 
-int serve(const CommandLine& commandLine) {
-    const Signals signals;
-    Settings settings = readSettings(commandLine);
-    setUpLog(settings);
-    const auto server = startServer(settings);
-    logInformation("Serving on " + server->describe() + ".");
-    tellReady(server->describe());
-    waitForTheEnd(commandLine, settings, *server, signals);
-    tellStopping();
-    const Server::Leftover left = server->stop(settings.seconds("Server", "DrainSeconds"));
+void stop(std::unique_ptr<Server> server, milliseconds patience) {
+    const LastResort lastResort(patience + grace);
+    const Server::Leftover left = server->stop(patience);
     logInformation(
         left.requests == 0 && left.indications == 0
             ? "Stopped; nothing was left undone."
             : fmt::format("Stopped; {} request(s) were cut off and {} indication(s) were not delivered.",
                           left.requests, left.indications));
+    server.reset();
+}
+
+/// Connections, files and deliveries share the descriptors.
+void provideDescriptors(const Settings& settings) {
+    constexpr std::size_t others = 200;
+    const std::size_t limit = raiseDescriptorLimit();
+    const auto connections = static_cast<std::size_t>(settings.number("Limits", "MaxConnections"));
+    if (limit < connections + others) {
+        logInformation(
+            fmt::format("The system allows {} open files; that is too few for Limits.MaxConnections = {}.",
+                        limit, connections));
+    }
+}
+
+int serve(const CommandLine& commandLine) {
+    const Signals signals;
+    Settings settings = readSettings(commandLine);
+    setUpLog(settings);
+    provideDescriptors(settings);
+    auto server = startServer(settings);
+    logInformation("Serving on " + server->describe() + ".");
+    tellReady(server->describe());
+    waitForTheEnd(commandLine, settings, *server, signals);
+    tellStopping();
+    stop(std::move(server), settings.seconds("Server", "DrainSeconds"));
     return 0;
 }
 

@@ -3,7 +3,11 @@
 #include "foundation/containers/ORVValSlist.h"
 #include "foundation/object_model/COrvoIndication.h"
 #include "foundation/services/ORVLog.h"
-#include "foundation/utilities/OrvoBaseException.h"
+#include "velmd/daemon/ClassMirror.h"
+#include "velmd/model/CIMName.h"
+#include "velmd/providers/ProviderException.h"
+
+#include <string>
 
 namespace velm {
 
@@ -25,13 +29,17 @@ ORVSmrPtr<IOrvoIndication> indicationOf(const InstanceChange& change) {
 
 Repository::Observer repositoryReports(const ORVSmrPtr<IOrvoSubscriber>& observer) {
     return [observer](const InstanceChange& change) {
+        const auto name = change.object->getInstanceName();
+        if (!sameName(name->getNameSpace().view(), mirroredNamespace)) {
+            return;
+        }
         try {
             observer->notify(indicationOf(change));
-        } catch (const OrvoBaseException& failure) {
+        } catch (...) {
             // The instance is changed all the same; whoever subscribed has to learn of it otherwise.
             ORVLog::log("RepositoryReports",
-                        "A change of " + change.object->getInstanceName()->toString() +
-                            " could not be reported: " + failure.getMessage(),
+                        ORVString("A change of " + std::string(name->toString().view()) +
+                                  " could not be reported: " + currentExceptionText()),
                         OrvoTraceLog::SeverityError, OrvoTraceLog::VerbosityNormal, 0, ORVLog::CIMOMLOG);
         }
     };

@@ -7,8 +7,8 @@
 namespace velm {
 
 /// What the repository reports as a provider of indications: the creation, change and destruction of every
-/// instance it keeps. Association instances need nothing more: the kinds of subscription about associations
-/// are matched against their creation and destruction.
+/// instance in the namespace that the indication library mirrors. Association instances need nothing more:
+/// the kinds of subscription about associations are matched against their creation and destruction.
 ///
 /// `observer` is shared; what it refers to must outlive the repository's last write.
 Repository::Observer repositoryReports(const ORVSmrPtr<IOrvoSubscriber>& observer);

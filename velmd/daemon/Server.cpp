@@ -55,13 +55,16 @@ HTTPServer::Options optionsIn(const Settings& settings) {
 
 }  // namespace
 
-Server::Server(const Settings& settings)
+Server::Server(const Settings& settings, Unstarted)
     : _addresses(settings.list("Server", "Addresses")),
       _state(settings.text("Server", "StateDirectory")),
       _repository(_state.repositoryFile()),
       _providerTable(mirroredNamespace, _isA()),
       _instances(_repository, _providerTable, mirroredNamespace,
                  static_cast<int>(settings.number("VELM", "CimTransactionTimeout"))) {
+}
+
+Server::Server(const Settings& settings) : Server(settings, Unstarted()) {
     if (_repository.isNew()) {
         _seed();
     }

@@ -49,6 +49,11 @@ public:
     Leftover stop(std::chrono::milliseconds patience);
 
 private:
+    struct Unstarted {};
+    /// Nothing runs yet. Once this has returned, whatever keeps the server from starting meets the
+    /// destructor.
+    Server(const Settings& settings, Unstarted);
+
     void _seed();
     void _loadProviders(const Settings& settings);
     ProviderTable::IsA _isA() const;

@@ -17,7 +17,8 @@ namespace velm {
 /// Answers the HTTP requests of clients: finds the operation, runs it, and puts its result or its failure
 /// into a response (DSP0200).
 ///
-/// Threads: any number. Failure: none; what an operation throws becomes a CIM status.
+/// Threads: any number. Failure: std::bad_alloc, and what `authenticate` throws; what an operation throws
+/// becomes a CIM status.
 class RequestHandler {
 public:
     struct Parts {

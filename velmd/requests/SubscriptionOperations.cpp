@@ -93,10 +93,9 @@ void checkCombination(const Parameters& parameters, Type type) {
             Parameters::refuse(end, "is missing: a subscription of this IndicationType has two ends");
         }
     }
-    for (const char* name : {"ClassWide", "Filter"}) {
-        if (!isChange) {
-            refuseIfThere(parameters, name, "goes with the IndicationType Change");
-        }
+    if (!isChange) {
+        refuseIfThere(parameters, "ClassWide", "goes with the IndicationType Change");
+        refuseIfThere(parameters, "Filter", "goes with the IndicationType Change");
     }
 }
 
@@ -104,9 +103,9 @@ OperationResult answer(bool value) {
     return {value ? "<VALUE>TRUE</VALUE>" : "<VALUE>FALSE</VALUE>", {}};
 }
 
-void logChannelFailure(const CSubscriberID& subscriber, const ORVString& reason) {
+void logChannelFailure(const CSubscriberID& subscriber, const std::string& reason) {
     ORVLog::log("RegisterNotificationChannel",
-                "The channel of " + subscriber.toString() + " could not be opened: " + reason,
+                "The channel of " + subscriber.toString() + " could not be opened: " + ORVString(reason),
                 OrvoTraceLog::SeverityError, OrvoTraceLog::VerbosityNormal, 0, ORVLog::CIMOMLOG);
 }
 
@@ -275,10 +274,8 @@ OperationResult SubscriptionOperations::registerNotificationChannel(const CIMReq
                        port = ORVString(request.localPort), opening = responseOpening(request)](int socket) {
         try {
             _openChannel(socket, subscriber, host, port, opening);
-        } catch (const OrvoBaseException& failure) {
-            logChannelFailure(*subscriber, failure.getMessage());
         } catch (...) {
-            logChannelFailure(*subscriber, "unknown failure");
+            logChannelFailure(*subscriber, currentExceptionText());
         }
     };
     return result;

@@ -49,23 +49,23 @@ constexpr std::array rules{
         "Seconds that a stop waits for requests under way and for queued indications. The log says what was "
         "left undone."),
 
-    number("Limits", "MaxHeaderBytes", "16384", 1024, 1 << 20, live,
+    number("Limits", "MaxHeaderBytes", "16384", 1024, 1 << 20, atStart,
            "Bytes of a request's start line and header lines. More are answered with 431."),
-    number("Limits", "MaxBodyBytes", "16777216", 1024, 1 << 30, live,
+    number("Limits", "MaxBodyBytes", "16777216", 1024, 1 << 30, atStart,
            "Bytes of a request's body. More are answered with 413."),
-    number("Limits", "MaxConnections", "20000", 1, million, live,
+    number("Limits", "MaxConnections", "20000", 1, million, atStart,
            "Connections at the same time; one more is answered with 503. Each takes a file descriptor, and "
            "memory "
            "for a whole request while it sends one."),
-    number("Limits", "MaxWaitingRequests", "1000", 1, million, live,
+    number("Limits", "MaxWaitingRequests", "1000", 1, million, atStart,
            "Requests that wait for a worker; one more is answered with 503."),
     number("Limits", "MaxXMLDepth", "64", 16, 1000, atStart,
            "Elements that may be nested in a request's document."),
-    number("Limits", "IdleSeconds", "300", 1, oneDay, live,
+    number("Limits", "IdleSeconds", "300", 1, oneDay, atStart,
            "Seconds that a connection may wait for its next request before it is closed."),
-    number("Limits", "RequestSeconds", "60", 1, 3600, live,
+    number("Limits", "RequestSeconds", "60", 1, 3600, atStart,
            "Seconds for the head of a request, from its first byte, and as many for its body."),
-    number("Limits", "WriteSeconds", "60", 1, 3600, live,
+    number("Limits", "WriteSeconds", "60", 1, 3600, atStart,
            "Seconds for which a client may take nothing of its response."),
 
     text("Providers", "Directory", "", 0, atStart,

@@ -86,16 +86,19 @@ TEST_F(ManagerDelivery, TouchesNothingThatIsGone_WhenTheManagerEndsWhileAChannel
 TEST_F(ManagerDelivery, LetsAProviderWaitForADestructor_WhenItIsToldByTheDeliveryThread) {
     // The provider is told by the delivery thread, under no lock that detachManager() needs longer than a
     // moment.
+    std::atomic<int> asked{0};
+    // Before any thread of the manager's can ask for providers.
+    addProvider([&](const RecordingProvider::Call& call) {
+        if (call.method == "deregisterObserver") {
+            ++asked;
+            manager->getIndicationNotifier()->detachManager();
+        }
+        return ORVSmrPtr<IOrvoValue>(new COrvoValue(true));
+    });
     const auto id = makeID("client");
     ChannelPeer peer;
     manager->registerNotificationChannel(id, "s", "1", peer.connection(), 0);
     subscribeChange(id, file);
-    std::atomic<int> asked{0};
-    addProvider([&](const RecordingProvider::Call&) {
-        ++asked;
-        manager->getIndicationNotifier()->detachManager();
-        return ORVSmrPtr<IOrvoValue>(new COrvoValue(true));
-    });
     peer.reset();
     manager->notify(makeIndication(makeObject(file), Change));
     ASSERT_TRUE(waitUntilForgotten(id));

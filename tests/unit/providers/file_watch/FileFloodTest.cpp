@@ -196,9 +196,16 @@ TEST_F(FileFlood, KeepsCreationsAndDestructionsPaired_WhenFilesPassQuickly) {
 }
 
 TEST_F(FileFlood, IsDeletedPromptly_WhenMuchIsLeftToReport) {
+    constexpr std::size_t files = 5000;
     load();
     holdProvider();
-    createFiles(5000);
+    overflowQueue();
+    createFiles(files);
+    observer().release();
+    ASSERT_TRUE(_log.waitForMessage(overflowLine, velm::test::RecordingObserver::patience));
+    // It is about to report all of them in one go.
+    observer().hold();
+    ASSERT_TRUE(observer().waitUntilHolding());
     std::promise<void> begins;
     std::thread deletion([&] {
         begins.set_value();
@@ -207,7 +214,7 @@ TEST_F(FileFlood, IsDeletedPromptly_WhenMuchIsLeftToReport) {
     begins.get_future().wait();
     observer().release();
     deletion.join();
-    EXPECT_LT(observer().count(), 2 * 5000u);
+    EXPECT_LT(observer().count(), 2 * files);
 }
 
 TEST_F(FileFlood, ServesManyThreadsAtOnce) {

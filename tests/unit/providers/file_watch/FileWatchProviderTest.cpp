@@ -89,8 +89,24 @@ TEST_F(FileWatchTest, WatchesADirectoryOnce_WhenItIsGivenUnderTwoPaths) {
     fs::create_directory_symlink(folder(), alias);
     load(folder().string() + ":" + alias.string() + ":" + folder().string() + "/.");
     EXPECT_EQ(kernelMasks().size(), 1u);
+    EXPECT_EQ(provider().enumerateInstanceNames(nameSpace, "CIM_Directory", nullptr)->entries(), 1u);
     write(file("a"));
     EXPECT_THAT(linesAfterSync(), ElementsAre("Creation CIM_DataFile a"));
+}
+
+TEST_F(FileWatchTest, LeavesOtherDirectoriesAlone_WhenALinkToOneIsTurnedToThem) {
+    const TemporaryFolder other;
+    const fs::path link = other.path() / "link";
+    fs::create_directory(other.path() / "first");
+    fs::create_directory_symlink(other.path() / "first", link);
+    load(link.string() + ":" + folder().string());
+    fs::remove(link);
+    fs::create_directory_symlink(folder(), link);
+    EXPECT_TRUE(start(fileName(link / "a"), IOrvoIndication::IndicationChange));
+    write(file("a"));
+    EXPECT_THAT(linesAfterSync(), ElementsAre("Creation CIM_DataFile a"));
+    EXPECT_EQ(kernelMasks().size(), 2u);
+    EXPECT_EQ(_log.count("The path '" + link.string() + "' leads to another directory than before"), 1u);
 }
 
 TEST_F(FileWatchTest, ReportsARenameAsDestructionAndCreation) {

@@ -3,8 +3,10 @@
 #include "velmd/http/HTTPServer.h"
 
 #include <atomic>
+#include <chrono>
 #include <latch>
 #include <string_view>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -24,11 +26,16 @@ public:
         entered.fetch_add(1);
         _open.wait();
     }
-    void open() { _open.count_down(); }
+    void open() {
+        if (!_isOpen.exchange(true)) {
+            _open.count_down();
+        }
+    }
 
     std::atomic<int> entered{0};
 
 private:
+    std::atomic<bool> _isOpen{false};
     std::latch _open{1};
 };
 
@@ -36,6 +43,17 @@ HTTPServer::Options oneWorker() {
     HTTPServer::Options options = loopbackOptions();
     options.workers = 1;
     return options;
+}
+
+/// Whether no progress shows although there was time for it.
+bool isStuck(HTTPServer& server) {
+    for (int count = 0; count < 20; ++count) {
+        if (server.makesProgress()) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
 }
 
 /// Keeps whoever logs.
@@ -76,7 +94,7 @@ TEST(HTTPServerProgress, IsNotMade_WhileRequestsWaitAndNoWorkerComesBack) {
     EXPECT_TRUE(eventually([&] { return server.makesProgress(); }));
     TestClient second(server.port());
     second.send(request);
-    EXPECT_TRUE(eventually([&] { return !server.makesProgress() && !server.makesProgress(); }));
+    EXPECT_TRUE(eventually([&] { return isStuck(server); }));
     gate.open();
     EXPECT_NE(first.receive(), "");
     EXPECT_NE(second.receive(), "");
@@ -91,8 +109,7 @@ TEST(HTTPServerProgress, IsNotMade_WhileTheThreadOfTheConnectionsIsStuck) {
     ASSERT_TRUE(eventually([&] { return log.gate.entered == 1; }));
     // The turn that is being asked for may have been taken before.
     server.makesProgress();
-    EXPECT_FALSE(server.makesProgress());
-    EXPECT_FALSE(server.makesProgress());
+    EXPECT_TRUE(isStuck(server));
     log.gate.open();
     EXPECT_TRUE(eventually([&] { return server.makesProgress(); }));
 }

@@ -31,11 +31,6 @@ const std::string smallThing = instance("EX_Thing", property("Id", "a") + proper
 
 const IParameters thingA{{"InstanceName", instanceName("EX_Thing", "a")}};
 
-IParameters operator+(IParameters left, const IParameters& right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
-
 }  // namespace
 
 using InstanceOperationsRequest = RequestTest;

@@ -212,6 +212,12 @@ TEST_F(MessageAnswers, HoldNoControlCharactersInHeaders_WhateverAClientNamesItsE
     EXPECT_THAT(other.header("CIMErrorDetails"), HasSubstr("%C3%A9xxx"));
 }
 
+TEST_F(MessageAnswers, CutTheDetails_WhereTheParserQuotesTheDocument) {
+    const Answer answer = send(post("<" + std::string(100'000, 'x') + "></y>", "EnumerateQualifiers"));
+    EXPECT_EQ(answer.header("CIMError"), wellFormed);
+    EXPECT_EQ(answer.header("CIMErrorDetails").size(), 400U);
+}
+
 TEST_F(MessageAnswers, RefuseADocumentOfCountlessTagsOrAttributes_BeforeItCostsMemory) {
     std::string elements;
     std::string attributes;

@@ -103,6 +103,15 @@ void PrintTo(const Answer& answer, std::ostream* out) {
          << ' ' << answer.http.body;
 }
 
+IParameters operator+(IParameters left, const IParameters& right) {
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
+}
+
+IParameters subscriber(const std::string& host, const std::string& port, const std::string& session) {
+    return {{"SubscriberHost", value(host)}, {"SubscriberPort", value(port)}, {"SessionID", value(session)}};
+}
+
 std::string message(const std::string& content, const std::string& id) {
     return "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE "
            "ID=\"" +
@@ -214,6 +223,7 @@ RequestTest::RequestTest()
       instances(repository, providers, "root/Test", 30),
       handler({repository, instances, manager, "host.example",
                [this](std::string_view nameSpace, const ResolvedClass& made) {
+                   const std::lock_guard guard(createdLock);
                    created.push_back(std::string(nameSpace) + ":" + made.name());
                }},
               {}) {

@@ -9,6 +9,7 @@
 #include "velmd/requests/RequestHandler.h"
 
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -39,6 +40,10 @@ void PrintTo(const Answer& answer, std::ostream* out);
 
 /// Name and content of each IPARAMVALUE.
 using IParameters = std::vector<std::pair<std::string, std::string>>;
+/// `left` and what `right` adds.
+IParameters operator+(IParameters left, const IParameters& right);
+/// The identity of a subscriber.
+IParameters subscriber(const std::string& host, const std::string& port, const std::string& session);
 
 /// SIMPLEREQ with an IMETHODCALL, in a whole message.
 std::string intrinsicCall(const std::string& method, const IParameters& parameters,
@@ -103,6 +108,7 @@ protected:
 
     /// Which classes were created, as the handler told.
     std::vector<std::string> created;
+    std::mutex createdLock;
 
     const TemporaryFolder folder;
     Repository repository;

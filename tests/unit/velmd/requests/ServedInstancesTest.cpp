@@ -228,7 +228,7 @@ protected:
     ServedAssociations() {
         provider.add("EX_Holding", holding("x", "a"));
         provider.add("EX_Holding", holding("y", "b"));
-        provider.instead = [this](const Name& name) { return _find(name->toString()); };
+        provider.instead = [](const Name& name) { return _find(name->toString()); };
         createThing("x");
     }
 
@@ -257,6 +257,11 @@ TEST_F(ServedAssociations, AreFollowedFromEitherEnd) {
               "<VALUE.OBJECTWITHPATH><INSTANCEPATH>" + namespacePath() + fileName("a") + "</INSTANCEPATH>" +
                   fileInstance("a", "7") + "</VALUE.OBJECTWITHPATH>");
     EXPECT_EQ(call("Associators", {{"ObjectName", thingX}, {"Role", value("held")}}).returned(), "");
+}
+
+TEST_F(ServedAssociations, AreThoseThatReferToTheInstance_AndNoOther) {
+    EXPECT_EQ(instances.references(*thing("x")).size(), 1U);
+    EXPECT_EQ(instances.references(*thing("z")).size(), 0U);
 }
 
 TEST_F(ServedAssociations, AreNotAskedFor_WhenNoneOfThemCanReferToTheInstance) {

@@ -303,13 +303,13 @@ TEST_F(SettingsTest, DoNotDiffer_WhenOnlyTheSourceDoes) {
 
 TEST_F(SettingsTest, TakeOverTheLiveOnesOfNewerSettings) {
     const Settings running =
-        read("[Server]\nPort=80\nDrainSeconds=1\n[VELM]\nMaxSubscribers=1\n[Limits]\nIdleSeconds=5");
+        read("[Server]\nPort=80\nDrainSeconds=1\n[VELM]\nMaxSubscribers=1\n[Log]\nMaxFiles=9");
     const Settings newer = read("[Server]\nPort=81\nDrainSeconds=2\n[VELM]\nMaxSubscribers=2\n");
     const Settings inEffect = running.withLiveOnesOf(newer);
     EXPECT_EQ(inEffect.number("Server", "Port"), 80);
     EXPECT_EQ(inEffect.number("Server", "DrainSeconds"), 2);
     EXPECT_EQ(inEffect.number("VELM", "MaxSubscribers"), 1);
-    EXPECT_EQ(inEffect.number("Limits", "IdleSeconds"), 300);
+    EXPECT_EQ(inEffect.number("Log", "MaxFiles"), 5);
     EXPECT_THAT(inEffect.differenceTo(newer).live, IsEmpty());
     EXPECT_THAT(running.differenceTo(inEffect).needRestart, IsEmpty());
 }
@@ -322,11 +322,11 @@ TEST_F(SettingsTest, AreLive_WhereTheDaemonCanChangeThem) {
         }
     }
     EXPECT_THAT(live, testing::Contains("Server.DrainSeconds"));
-    EXPECT_THAT(live, testing::Contains("Limits.MaxConnections"));
     EXPECT_THAT(live, testing::Contains("Log.Severity"));
     EXPECT_THAT(live, Not(testing::Contains("Log.LogDir")));
     EXPECT_THAT(live, Not(testing::Contains("Server.Port")));
     EXPECT_THAT(live, testing::Each(Not(StartsWith("VELM."))));
+    EXPECT_THAT(live, testing::Each(Not(StartsWith("Limits."))));
 }
 
 }  // namespace
