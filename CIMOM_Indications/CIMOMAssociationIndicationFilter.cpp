@@ -1,9 +1,6 @@
 #include "CIMOM_Indications/CIMOMAssociationIndicationFilter.h"
 
-#include "foundation/object_model/COrvoHelper.h"
-#include "foundation/object_model/IOrvoObject.h"
-#include "foundation/object_model/IOrvoProperty.h"
-#include "foundation/object_model/IOrvoValue.h"
+#include "CIMOM_Indications/RoutedIndication.h"
 
 #include <utility>
 
@@ -25,8 +22,9 @@ unsigned int typesFiredBy(IOrvoIndication::IndicationType type) {
     }
 }
 
-ORVSmrPtr<IOrvoInstanceName> referenceAt(const IOrvoObject& association, unsigned int position) {
-    return association.getProperty(position)->getValue()->getReference();
+bool isFor(const ORVSmrPtr<CCIMOMClass>& node, const std::optional<ORVString>& keys,
+           const velm::RoutedIndication::End& end) {
+    return node->isA(end.className) && (!keys || *keys == end.keyProperties);
 }
 
 std::optional<ORVString> absentIfNull(const ORVString& text) {
@@ -52,24 +50,22 @@ CCIMOMAssociationIndicationFilter::CCIMOMAssociationIndicationFilter(ORVSmrPtr<C
 CCIMOMAssociationIndicationFilter::~CCIMOMAssociationIndicationFilter() = default;
 
 bool CCIMOMAssociationIndicationFilter::match(const ORVSmrPtr<IOrvoIndication>& indication) {
-    if ((_filterType & typesFiredBy(indication->getType())) == 0) {
-        return false;
-    }
-    const ORVSmrPtr<IOrvoObject> object = indication->getObject();
-    if (!COrvoHelper::isAssociation(object)) {
-        return false;
-    }
-    const ORVSmrPtr<IOrvoInstanceName> first = referenceAt(*object, 0);
-    const ORVSmrPtr<IOrvoInstanceName> second = referenceAt(*object, 1);
-    const ORVString firstKeys = first->getKeyProperties();
-    const ORVString secondKeys = second->getKeyProperties();
+    velm::RoutedIndication routed(indication);
+    return matches(routed);
+}
 
-    const ORVString* keysOne = pointerTo(_keyPropertiesOne);
-    const ORVString* keysTwo = pointerTo(_keyPropertiesTwo);
-    return (_matchIndicationInstance(_classOne, keysOne, first, &firstKeys) &&
-            _matchIndicationInstance(_classTwo, keysTwo, second, &secondKeys)) ||
-           (_matchIndicationInstance(_classOne, keysOne, second, &secondKeys) &&
-            _matchIndicationInstance(_classTwo, keysTwo, first, &firstKeys));
+bool CCIMOMAssociationIndicationFilter::matches(velm::RoutedIndication& indication) const {
+    if ((_filterType & typesFiredBy(indication.type())) == 0 || !indication.isAssociation()) {
+        return false;
+    }
+    const velm::RoutedIndication::End& first = indication.end(0);
+    const velm::RoutedIndication::End& second = indication.end(1);
+    return (isFor(_classOne, _keyPropertiesOne, first) && isFor(_classTwo, _keyPropertiesTwo, second)) ||
+           (isFor(_classOne, _keyPropertiesOne, second) && isFor(_classTwo, _keyPropertiesTwo, first));
+}
+
+bool CCIMOMAssociationIndicationFilter::firesOn(velm::RoutedIndication& indication) {
+    return typesFiredBy(indication.type()) != 0 && indication.isAssociation();
 }
 
 bool CCIMOMAssociationIndicationFilter::operator==(const ORVSmrPtr<CCIMOMIndicationFilter>& other) const {
@@ -110,16 +106,4 @@ bool CCIMOMAssociationIndicationFilter::_matchReferencedInstanceName(const ORVSm
         return keyPropertiesA == keyPropertiesB;
     }
     return *keyPropertiesA == *keyPropertiesB;
-}
-
-bool CCIMOMAssociationIndicationFilter::_matchIndicationInstance(
-    const ORVSmrPtr<CCIMOMClass>& filterClass, const ORVString* filterKeyProperties,
-    const ORVSmrPtr<IOrvoInstanceName>& reference, const ORVString* referenceKeyProperties) const {
-    if (!filterClass->isA(reference->getClassName())) {
-        return false;
-    }
-    if (!filterKeyProperties) {
-        return true;
-    }
-    return referenceKeyProperties && *filterKeyProperties == *referenceKeyProperties;
 }

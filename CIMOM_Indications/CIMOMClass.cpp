@@ -1,41 +1,58 @@
 #include "CIMOM_Indications/CIMOMClass.h"
 
-#include "foundation/object_model/COrvoHelper.h"
+#include "CIMOM_Indications/RoutedIndication.h"
 
 #include <utility>
 
 using ClassList = ORVValSlist<ORVSmrPtr<CCIMOMClass>>;
+
+namespace {
+
+ORVSmrPtr<ORVValSlist<ORVString>> routeNamesOf(const ORVString& className, const CCIMOMClass* baseClass) {
+    const ORVSmrPtr<ORVValSlist<ORVString>> names(new ORVValSlist<ORVString>);
+    names->append(baseClass ? className : ORVString("*"));
+    if (baseClass) {
+        for (const ORVString& name : *baseClass->getRouteNames()) {
+            names->append(name);
+        }
+    }
+    return names;
+}
+
+}  // namespace
 
 CCIMOMClass::CCIMOMClass(ORVString className, ORVSmrPtr<CCIMOMClass> baseClass,
                          ORVSmrPtr<CCIMOMSubscription> subscription)
     : _className(std::move(className)),
       _isCatchAll(_className.compareTo(CatchAllClassName, ORVString::caseInsensitive) == 0),
       _baseClass(std::move(baseClass)),
-      _classSubscription(std::move(subscription)) {
+      _classSubscription(std::move(subscription)),
+      _routeNames(routeNamesOf(_className, _baseClass.Get())) {
+}
+
+CCIMOMClass::~CCIMOMClass() {
+    _leaveChildren();
 }
 
 void CCIMOMClass::addChildClass(ORVSmrPtr<CCIMOMClass> child) {
     if (_childClassList.IsNull()) {
         _childClassList = new ClassList;
     }
-    if (!_childClassList->contains(child)) {
-        _childClassList->append(child);
+    if (_childClassList->contains(child)) {
+        return;
+    }
+    _childClassList->append(child);
+    child->_parents.push_back(this);
+    _addDescendant(child->_className);
+    if (child->_descendants) {
+        for (const ORVString& name : *child->_descendants) {
+            _addDescendant(name);
+        }
     }
 }
 
 bool CCIMOMClass::isA(const ORVString& className) {
-    if (className == _className) {
-        return true;
-    }
-    if (_childClassList.IsNull()) {
-        return false;
-    }
-    for (const ORVSmrPtr<CCIMOMClass>& child : *_childClassList) {
-        if (child->isA(className)) {
-            return true;
-        }
-    }
-    return false;
+    return className == _className || (_descendants && _descendants->contains(className));
 }
 
 bool CCIMOMClass::isA(const ORVSmrPtr<CCIMOMClass>& other) {
@@ -53,11 +70,9 @@ bool CCIMOMClass::unsubscribe(ORVSmrPtr<CCIMOMIndicationFilter> filter, ORVSmrPt
 }
 
 void CCIMOMClass::notify(const ORVSmrPtr<IOrvoIndication>& indication) {
-    const bool useInstanceNamesFromReferences =
-        _isCatchAll && COrvoHelper::isAssociation(indication->getObject());
-    _classSubscription->notify(indication, useInstanceNamesFromReferences);
-    if (!_baseClass.IsNull()) {
-        _baseClass->notify(indication);
+    velm::RoutedIndication routed(indication);
+    for (CCIMOMClass* node = this; node; node = node->_baseClass.Get()) {
+        node->_classSubscription->notify(routed, node->_isCatchAll && routed.isAssociation());
     }
 }
 
@@ -72,12 +87,32 @@ void CCIMOMClass::removeSubscriber(const CSubscriberID& id, CCIMOMDeletedFilterR
 }
 
 void CCIMOMClass::detach() {
+    _leaveChildren();
     const ORVSmrPtr<ClassList> children = std::exchange(_childClassList, nullptr);
     _baseClass = nullptr;
     _classSubscription = nullptr;
     if (!children.IsNull()) {
         for (const ORVSmrPtr<CCIMOMClass>& child : *children) {
             child->detach();
+        }
+    }
+}
+
+void CCIMOMClass::_addDescendant(const ORVString& className) {
+    if (!_descendants) {
+        _descendants = std::make_unique<Names>();
+    }
+    if (_descendants->insert(className).second) {
+        for (CCIMOMClass* parent : _parents) {
+            parent->_addDescendant(className);
+        }
+    }
+}
+
+void CCIMOMClass::_leaveChildren() noexcept {
+    if (!_childClassList.IsNull()) {
+        for (const ORVSmrPtr<CCIMOMClass>& child : *_childClassList) {
+            std::erase(child->_parents, this);
         }
     }
 }

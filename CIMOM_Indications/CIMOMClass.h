@@ -5,6 +5,11 @@
 #include "foundation/handles/ORVSmrPtr.h"
 #include "foundation/utilities/ORVString.h"
 
+#include <cstddef>
+#include <memory>
+#include <unordered_set>
+#include <vector>
+
 /// A node of the class tree: a CIM class, its place in the tree, and the subscriptions to it.
 ///
 /// Threads: not synchronised. notify() and the readers: under the class manager's lock, on any number of
@@ -21,6 +26,7 @@ public:
                 ORVSmrPtr<CCIMOMSubscription> subscription);
     CCIMOMClass(const CCIMOMClass&) = delete;
     CCIMOMClass& operator=(const CCIMOMClass&) = delete;
+    ~CCIMOMClass();
 
     /// Adds a direct subclass, unless the same node is among them already. Requires: the class manager's
     /// write lock.
@@ -61,10 +67,27 @@ public:
     ORVSmrPtr<ORVValSlist<ORVSmrPtr<CCIMOMClass>>> getChildClasses() const { return _childClassList; }
     ORVSmrPtr<CCIMOMSubscription> getSubscription() const { return _classSubscription; }
 
+    /// What changes of this class's objects are filed under: the names of this class and of those above it,
+    /// with "*" in the place of the root's. Made with the node, and shared: nobody changes it.
+    const ORVSmrPtr<ORVValSlist<ORVString>>& getRouteNames() const noexcept { return _routeNames; }
+
 private:
+    struct NameHash {
+        std::size_t operator()(const ORVString& name) const noexcept { return hashKeyORVString(name); }
+    };
+    using Names = std::unordered_set<ORVString, NameHash>;
+
+    void _addDescendant(const ORVString& className);
+    void _leaveChildren() noexcept;
+
     const ORVString _className;
     const bool _isCatchAll;
     ORVSmrPtr<CCIMOMClass> _baseClass;
     ORVSmrPtr<ORVValSlist<ORVSmrPtr<CCIMOMClass>>> _childClassList;
     ORVSmrPtr<CCIMOMSubscription> _classSubscription;
+    const ORVSmrPtr<ORVValSlist<ORVString>> _routeNames;
+    /// The names of all classes below this one; null while there are none.
+    std::unique_ptr<Names> _descendants;
+    /// The nodes that have this one among their children.
+    std::vector<CCIMOMClass*> _parents;
 };

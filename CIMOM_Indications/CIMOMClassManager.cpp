@@ -56,6 +56,7 @@ CCIMOMClassManager* CCIMOMClassManager::_cimomClassManager = nullptr;
 
 CCIMOMClassManager::CCIMOMClassManager()
     : _classMap(hashKeyORVStringToLower, classMapBucketCount),
+      _classesAsSpelled(hashKeyORVString, classMapBucketCount),
       _classManagerLock(ORVReaderWriterLock::Rank::classManager) {
 }
 
@@ -102,12 +103,25 @@ bool CCIMOMClassManager::addClass(const ORVString& className, const ORVString& s
 }
 
 void CCIMOMClassManager::insert(ORVSmrPtr<CCIMOMClass> node) {
-    _classMap.insert(node->getClassName().toLower(), node);
+    const ORVString key = node->getClassName().toLower();
+    if (const ORVSmrPtr<CCIMOMClass>* former = _classMap.find(key)) {
+        _classesAsSpelled.remove((*former)->getClassName());
+    }
+    _classMap.insert(key, node);
+    _classesAsSpelled.insert(node->getClassName(), node.Get());
 }
 
 ORVSmrPtr<CCIMOMClass> CCIMOMClassManager::lookup(const ORVString& className) {
     const ORVSmrPtr<CCIMOMClass>* node = _classMap.find(className.toLower());
     return node ? *node : nullptr;
+}
+
+CCIMOMClass* CCIMOMClassManager::find(const ORVString& className) const {
+    if (CCIMOMClass* const* node = _classesAsSpelled.find(className)) {
+        return *node;
+    }
+    const ORVSmrPtr<CCIMOMClass>* node = _classMap.find(className.toLower());
+    return node ? node->Get() : nullptr;
 }
 
 ORVSmrPtr<CCIMOMClass> CCIMOMClassManager::lookup(const ORVSmrPtr<IOrvoValue>& target) {

@@ -49,6 +49,9 @@ public:
     /// either way.
     ORVSmrPtr<CCIMOMClass> lookup(const ORVString& className);
 
+    /// As lookup(), without a handle; the node lives as long as the registry.
+    CCIMOMClass* find(const ORVString& className) const;
+
     /// The node of the class that a subscription target names: the class of the instance for a reference,
     /// otherwise the class whose name the value is. Throws ORVNullPointerException for a null handle.
     /// Requires: the lock, either way.
@@ -75,6 +78,8 @@ private:
                             ORVSmrPtr<CCIMOMFilterSubscriberMap> map);
 
     ORVValMap<ORVString, ORVSmrPtr<CCIMOMClass>> _classMap;
+    /// The same nodes by the names as they are spelled, which is how most are asked for.
+    ORVValMap<ORVString, CCIMOMClass*> _classesAsSpelled;
     ORVReaderWriterLock _classManagerLock;
 
     static CCIMOMClassManager* _cimomClassManager;

@@ -3,7 +3,7 @@
 #include "foundation/object_model/COrvoIndication.h"
 #include "foundation/services/ORVLog.h"
 
-#include <memory>
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -34,25 +34,18 @@ CCIMOMFilterSubscriberMap::CCIMOMFilterSubscriberMap(ORVSmrPtr<CCIMOMIndicationF
 }
 
 void CCIMOMFilterSubscriberMap::subscribe(ORVSmrPtr<CSubscriber> subscriber) {
-    bool found = false;
-    for (const ORVSmrPtr<CCIMOMSubscriberRecord>& record : *_subscriberList) {
-        if (record->getSubscriber() == subscriber) {
-            record->incrementRefCount();
-            found = true;
-        }
+    if (const Records::iterator record = _find(*subscriber); record != _subscriberList->end()) {
+        (*record)->incrementRefCount();
+        return;
     }
-    if (!found) {
-        _subscriberList->append(ORVSmrPtr<CCIMOMSubscriberRecord>(new CCIMOMSubscriberRecord(subscriber)));
-    }
+    _index.append(*_subscriberList,
+                  ORVSmrPtr<CCIMOMSubscriberRecord>(new CCIMOMSubscriberRecord(subscriber)));
 }
 
 bool CCIMOMFilterSubscriberMap::unsubscribe(ORVSmrPtr<CSubscriber> subscriber) {
-    for (ORVValSlistIterator<ORVSmrPtr<CCIMOMSubscriberRecord>> it(*_subscriberList); ++it;) {
-        if (it.key()->getSubscriber() != subscriber) {
-            continue;
-        }
-        if (it.key()->decrementRefCount() == 0) {
-            it.remove();
+    if (const Records::iterator record = _find(*subscriber); record != _subscriberList->end()) {
+        if ((*record)->decrementRefCount() == 0) {
+            _index.erase(*_subscriberList, record);
         }
         return true;
     }
@@ -64,22 +57,39 @@ bool CCIMOMFilterSubscriberMap::unsubscribe(ORVSmrPtr<CSubscriber> subscriber) {
 }
 
 void CCIMOMFilterSubscriberMap::removeSubscriber(const CSubscriberID& id) {
-    for (ORVValSlistIterator<ORVSmrPtr<CCIMOMSubscriberRecord>> it(*_subscriberList); ++it;) {
-        if (*it.key()->getSubscriber()->getSubscriberID() == id) {
-            it.remove();
-            return;
-        }
+    if (const Records::iterator record = _find(id); record != _subscriberList->end()) {
+        _index.erase(*_subscriberList, record);
     }
 }
 
+bool CCIMOMFilterSubscriberMap::hasSubscriber(const CSubscriberID& id) const {
+    return _find(id) != _subscriberList->end();
+}
+
+CCIMOMFilterSubscriberMap::Records::iterator CCIMOMFilterSubscriberMap::_find(
+    const CSubscriber& subscriber) const {
+    const auto isOf = [&subscriber](const CCIMOMSubscriberRecord& record) {
+        return &record.subscriber() == &subscriber;
+    };
+    if (_index.isUsable() && subscriber.identity()) {
+        return _index.findIf(*subscriber.identity(), isOf);
+    }
+    return std::find_if(_subscriberList->begin(), _subscriberList->end(),
+                        [&isOf](const auto& record) { return isOf(*record); });
+}
+
+CCIMOMFilterSubscriberMap::Records::iterator CCIMOMFilterSubscriberMap::_find(const CSubscriberID& id) const {
+    if (_index.isUsable()) {
+        return _index.find(id);
+    }
+    return std::find_if(_subscriberList->begin(), _subscriberList->end(),
+                        [&id](const auto& record) { return *record->subscriber().getSubscriberID() == id; });
+}
+
 void CCIMOMFilterSubscriberMap::notify(const ORVSmrPtr<IOrvoIndication>& indication) {
-    auto made = std::make_unique<COrvoIndication>(
-        indication->getObject(), outgoingType(_indicationFilter->getFilterType(), *indication),
-        indication->getChangedProperties(), indication->getContext(), IOrvoIndication::IntentDeliver, nullptr,
-        false);
-    made->setTime(indication->getTime());
-    const ORVSmrPtr<IOrvoIndication> outgoing(made.release());
+    const ORVSmrPtr<IOrvoIndication> outgoing = COrvoIndication::makeDelivery(
+        *indication, outgoingType(_indicationFilter->getFilterType(), *indication));
     for (const ORVSmrPtr<CCIMOMSubscriberRecord>& record : *_subscriberList) {
-        record->getSubscriber()->notify(outgoing);
+        record->subscriber().notify(outgoing);
     }
 }

@@ -5,6 +5,7 @@
 #include "foundation/containers/ORVValSlist.h"
 #include "foundation/subscribers/CSubscriber.h"
 #include "foundation/subscribers/CSubscriberID.h"
+#include "foundation/subscribers/SubscriberIndex.h"
 
 /// One filter and the subscribers that subscribed through it, each once, with the number of its
 /// subscriptions.
@@ -34,6 +35,7 @@ public:
     void removeSubscriber(const CSubscriberID& id);
 
     bool hasSubscribers() const { return !_subscriberList->isEmpty(); }
+    bool hasSubscriber(const CSubscriberID& id) const;
 
     /// Hands one new indication, of the type that the filter stands for, to each subscriber in order; they
     /// share it. The filter is not asked again. Requires: the class manager's lock; the filter matched
@@ -42,9 +44,16 @@ public:
 
     ORVSmrPtr<CCIMOMIndicationFilter>& getIndicationFilter() noexcept { return _indicationFilter; }
     ORVSmrPtr<CCIMOMIndicationFilter> getIndicationFilter() const { return _indicationFilter; }
+    /// The records in order; they come and go through the operations above only.
     SubscriberRecordList& getSubscriberList() noexcept { return _subscriberList; }
 
 private:
+    using Records = ORVValSlist<ORVSmrPtr<CCIMOMSubscriberRecord>>;
+
+    Records::iterator _find(const CSubscriber& subscriber) const;
+    Records::iterator _find(const CSubscriberID& id) const;
+
     ORVSmrPtr<CCIMOMIndicationFilter> _indicationFilter;
     SubscriberRecordList _subscriberList;
+    SubscriberIndex<CCIMOMSubscriberRecord> _index;
 };

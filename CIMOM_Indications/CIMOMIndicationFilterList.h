@@ -6,6 +6,14 @@
 #include "foundation/containers/ORVValSlist.h"
 #include "foundation/object_model/IOrvoInstanceName.h"
 
+#include <memory>
+#include <vector>
+
+namespace velm {
+class FilterIndex;
+class RoutedIndication;
+}  // namespace velm
+
 /// The filter maps of one subscription target: a class as a whole, or one instance of it.
 ///
 /// Whether two filters are equal is asked of the filter that is held already, with the new one as argument.
@@ -18,6 +26,9 @@ public:
     using FilterSubscriberMapList = ORVSmrPtr<ORVValSlist<ORVSmrPtr<CCIMOMFilterSubscriberMap>>>;
 
     CCIMOMIndicationFilterList();
+    ~CCIMOMIndicationFilterList();
+    CCIMOMIndicationFilterList(const CCIMOMIndicationFilterList&) = delete;
+    CCIMOMIndicationFilterList& operator=(const CCIMOMIndicationFilterList&) = delete;
 
     /// Counts the subscription in the map of an equal filter, or opens a new map at the end of the list. The
     /// first `instanceName` that is not null becomes the name of the list. A null `filter` throws
@@ -34,6 +45,7 @@ public:
     /// Offers `indication` to every map, in order of creation: a subscriber behind two filters that match
     /// receives two. Requires: the class manager's lock.
     void notify(const ORVSmrPtr<IOrvoIndication>& indication);
+    void notify(velm::RoutedIndication& indication);
 
     /// Drops the subscriber from every map and appends a record for each map that is empty then. `isEmpty`
     /// says whether no map is left; the list keeps its name. Requires: the class manager's write lock;
@@ -41,11 +53,34 @@ public:
     void removeSubscriber(const CSubscriberID& id, CCIMOMDeletedFilterRecord::List& deletedFilters,
                           bool& isEmpty);
 
+    bool isEmpty() const noexcept { return _maps.isEmpty(); }
+
+    /// Whether a map has a subscriber with this identity.
+    bool hasSubscriber(const CSubscriberID& id) const;
+
+    /// The maps in order; they come and go through the operations above only.
     FilterSubscriberMapList& getFilterSubscriberMapList() noexcept { return _filterList; }
     /// The instance that the list is for; a null handle for a class.
     ORVSmrPtr<IOrvoInstanceName>& getInstanceName() noexcept { return _instanceName; }
 
 private:
+    using Map = CCIMOMFilterSubscriberMap;
+    using MapList = ORVValSlist<ORVSmrPtr<Map>>;
+
+    /// Lists with more maps than this have an index.
+    static constexpr unsigned int shortList = 16;
+
+    std::vector<MapList::iterator> _mayEqual(const CCIMOMIndicationFilter& filter) const;
+    std::vector<MapList::iterator> _mayHave(const CSubscriberID& id) const;
+    std::vector<MapList::iterator> _all() const;
+    void _append(const ORVSmrPtr<Map>& map);
+    void _erase(MapList::iterator position) noexcept;
+    void _updateIndex(MapList::iterator position, const CSubscriberID* id) noexcept;
+
     ORVSmrPtr<IOrvoInstanceName> _instanceName;
     FilterSubscriberMapList _filterList;
+    /// The list behind the handle, which stays the same.
+    MapList& _maps;
+    /// Null for a short list, and when there was no memory for it: the list is walked then.
+    std::unique_ptr<velm::FilterIndex> _index;
 };

@@ -15,6 +15,10 @@ public:
     explicit CCIMOMSubscriberRecord(ORVSmrPtr<CSubscriber> subscriber);
 
     ORVSmrPtr<CSubscriber> getSubscriber() const { return _subscriber; }
+    /// The subscriber itself, for those who need no handle of their own.
+    CSubscriber& subscriber() const { return *_subscriber; }
+    /// The subscriber's identity in place; null when it has none.
+    const CSubscriberID* identity() const { return _subscriber->identity(); }
     std::uint32_t getReferenceCount() const noexcept { return _referenceCount; }
 
     /// Both answer the new count. Requires: the class manager's write lock; decrementing, a count above 0.

@@ -1,15 +1,8 @@
 #include "CIMOM_Indications/CIMOMSubscription.h"
 
-#include "foundation/object_model/IOrvoObject.h"
-#include "foundation/object_model/IOrvoProperty.h"
+#include "CIMOM_Indications/RoutedIndication.h"
 
 namespace {
-
-using InstanceMap = ORVValMap<ORVString, ORVSmrPtr<CCIMOMIndicationFilterList>>;
-
-ORVString keyOf(const IOrvoInstanceName& instanceName) {
-    return instanceName.getClassName() + ":" + instanceName.getKeyProperties();
-}
 
 bool isInstance(const ORVSmrPtr<IOrvoValue>& target) {
     return !target.IsNull() && target->getType()->isReference();
@@ -19,94 +12,122 @@ bool isInstance(const ORVSmrPtr<IOrvoValue>& target) {
 
 CCIMOMSubscription::CCIMOMSubscription(unsigned int bucketCount)
     : _classFilterSubscriberMapList(new CCIMOMIndicationFilterList),
-      _instanceFilterSubscriberMapList(new InstanceMap(hashKeyORVString, bucketCount)) {
+      _instanceFilterSubscriberMapList(new InstanceMap(hashKeyORVString, bucketCount)),
+      _classList(*_classFilterSubscriberMapList),
+      _instances(*_instanceFilterSubscriberMapList) {
 }
 
 void CCIMOMSubscription::subscribe(ORVSmrPtr<CCIMOMIndicationFilter> filter,
                                    ORVSmrPtr<CSubscriber> subscriber, ORVSmrPtr<IOrvoValue> target) {
-    _instanceFilterSubscriberMapList->purge();
+    _purge();
     if (!isInstance(target)) {
-        _classFilterSubscriberMapList->subscribe(filter, subscriber, nullptr);
+        _classList.subscribe(filter, subscriber, nullptr);
         return;
     }
     const ORVSmrPtr<IOrvoInstanceName> instanceName = target->getReference();
-    const ORVString key = keyOf(*instanceName);
-    if (const ORVSmrPtr<CCIMOMIndicationFilterList>* list = _instanceFilterSubscriberMapList->find(key)) {
+    const ORVString key = velm::instanceKeyOf(*instanceName);
+    // Before anything can fail: a place too many does no harm.
+    if (const CSubscriberID* id = subscriber->identity()) {
+        _places.add(*id, key);
+    }
+    if (const ORVSmrPtr<CCIMOMIndicationFilterList>* list = _instances.find(key)) {
         (*list)->subscribe(filter, subscriber, instanceName);
         return;
     }
     const ORVSmrPtr<CCIMOMIndicationFilterList> list(new CCIMOMIndicationFilterList);
     list->subscribe(filter, subscriber, instanceName);
-    _instanceFilterSubscriberMapList->insert(key, list);
+    _instances.insert(key, list);
 }
 
 bool CCIMOMSubscription::unsubscribe(ORVSmrPtr<CCIMOMIndicationFilter> filter,
                                      ORVSmrPtr<CSubscriber> subscriber, ORVSmrPtr<IOrvoValue> target) {
-    _instanceFilterSubscriberMapList->purge();
+    _purge();
     bool isEmpty = false;
     if (!isInstance(target)) {
-        return _classFilterSubscriberMapList->unsubscribe(filter, subscriber, isEmpty);
+        return _classList.unsubscribe(filter, subscriber, isEmpty);
     }
-    const ORVString key = keyOf(*target->getReference());
-    const ORVSmrPtr<CCIMOMIndicationFilterList>* list = _instanceFilterSubscriberMapList->find(key);
+    const ORVString key = velm::instanceKeyOf(*target->getReference());
+    const ORVSmrPtr<CCIMOMIndicationFilterList>* list = _instances.find(key);
     if (!list) {
         return false;
     }
     const bool found = (*list)->unsubscribe(filter, subscriber, isEmpty);
+    const CSubscriberID* id = subscriber->identity();
+    if (found && id && !(*list)->hasSubscriber(*id)) {
+        _places.remove(*id, key);
+    }
     if (found && isEmpty) {
-        _instanceFilterSubscriberMapList->remove(key);
+        _instances.remove(key);
     }
     return found;
 }
 
 void CCIMOMSubscription::notify(const ORVSmrPtr<IOrvoIndication>& indication,
                                 bool useInstanceNamesFromReferences) {
-    _classFilterSubscriberMapList->notify(indication);
-    if (_instanceFilterSubscriberMapList->isEmpty()) {
+    velm::RoutedIndication routed(indication);
+    notify(routed, useInstanceNamesFromReferences);
+}
+
+void CCIMOMSubscription::notify(velm::RoutedIndication& indication, bool useInstanceNamesFromReferences) {
+    if (!_classList.isEmpty()) {
+        _classList.notify(indication);
+    }
+    if (_instances.isEmpty()) {
         return;
     }
-    const ORVSmrPtr<IOrvoObject> object = indication->getObject();
     if (!useInstanceNamesFromReferences) {
-        const bool isDestroyed = indication->getType() == IOrvoIndication::IndicationDestruction;
-        _notifyInstance(object->getInstanceName(), indication, isDestroyed);
+        const bool isDestroyed = indication.type() == IOrvoIndication::IndicationDestruction;
+        _notifyInstance(indication.instanceKey(), indication, isDestroyed);
         return;
     }
     for (unsigned int position = 0; position < 2; ++position) {
-        _notifyInstance(object->getProperty(position)->getValue()->getReference(), indication, false);
+        _notifyInstance(velm::instanceKeyOf(*indication.end(position).name), indication, false);
     }
 }
 
-void CCIMOMSubscription::_notifyInstance(const ORVSmrPtr<IOrvoInstanceName>& instanceName,
-                                         const ORVSmrPtr<IOrvoIndication>& indication, bool isDestroyed) {
-    const ORVString key = keyOf(*instanceName);
-    const ORVSmrPtr<CCIMOMIndicationFilterList>* list = _instanceFilterSubscriberMapList->find(key);
+void CCIMOMSubscription::_notifyInstance(const ORVString& key, velm::RoutedIndication& indication,
+                                         bool isDestroyed) {
+    const ORVSmrPtr<CCIMOMIndicationFilterList>* list = _instances.find(key);
     if (!list) {
         return;
     }
     (*list)->notify(indication);
     if (isDestroyed) {
         // Only a read lock is held: others may stand in this list, so that its memory must outlive them.
-        _instanceFilterSubscriberMapList->retire(key);
+        _instances.retire(key);
     }
+}
+
+void CCIMOMSubscription::_purge() {
+    _instances.purge([this](const ORVString& key, const ORVSmrPtr<CCIMOMIndicationFilterList>& list) {
+        for (const ORVSmrPtr<CCIMOMFilterSubscriberMap>& map : *list->getFilterSubscriberMapList()) {
+            for (const ORVSmrPtr<CCIMOMSubscriberRecord>& record : *map->getSubscriberList()) {
+                if (const CSubscriberID* id = record->identity()) {
+                    _places.remove(*id, key);
+                }
+            }
+        }
+    });
 }
 
 void CCIMOMSubscription::removeSubscriber(const CSubscriberID& id,
                                           CCIMOMDeletedFilterRecord::List& deletedFilters) {
     // A list of a destroyed instance must not keep the subscriber, and its connection, alive.
-    _instanceFilterSubscriberMapList->purge();
+    _purge();
     bool isEmpty = false;
-    _classFilterSubscriberMapList->removeSubscriber(id, deletedFilters, isEmpty);
+    _classList.removeSubscriber(id, deletedFilters, isEmpty);
 
     ORVValSlist<ORVString> emptied;
-    for (ORVValMapIterator<ORVString, ORVSmrPtr<CCIMOMIndicationFilterList>> it(
-             *_instanceFilterSubscriberMapList);
-         ++it;) {
-        it.value()->removeSubscriber(id, deletedFilters, isEmpty);
+    for (const ORVString& key : _places.take(id, _instances)) {
+        CCIMOMIndicationFilterList& list = **_instances.find(key);
+        list.removeSubscriber(id, deletedFilters, isEmpty);
         if (isEmpty) {
-            emptied.append(it.key());
+            emptied.append(key);
+        } else if (list.hasSubscriber(id)) {
+            _places.add(id, key);  // Another subscriber of the same identity.
         }
     }
     for (const ORVString& key : emptied) {
-        _instanceFilterSubscriberMapList->remove(key);
+        _instances.remove(key);
     }
 }

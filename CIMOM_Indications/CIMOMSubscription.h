@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CIMOM_Indications/CIMOMIndicationFilterList.h"
+#include "CIMOM_Indications/SubscriberPlaces.h"
 #include "foundation/containers/ORVValMap.h"
 #include "foundation/object_model/IOrvoInstanceName.h"
 #include "foundation/object_model/IOrvoValue.h"
@@ -18,7 +19,8 @@
 /// under the write lock.
 class CCIMOMSubscription {
 public:
-    using InstanceMapList = ORVSmrPtr<ORVValMap<ORVString, ORVSmrPtr<CCIMOMIndicationFilterList>>>;
+    using InstanceMap = ORVValMap<ORVString, ORVSmrPtr<CCIMOMIndicationFilterList>>;
+    using InstanceMapList = ORVSmrPtr<InstanceMap>;
 
     /// Requires: `bucketCount`, the width of the map of instances, is above 0.
     explicit CCIMOMSubscription(unsigned int bucketCount);
@@ -40,6 +42,7 @@ public:
     /// several threads report the destruction of one instance at once, its list hears at least one of the
     /// reports, and each of them at most once. Requires: the class manager's lock.
     void notify(const ORVSmrPtr<IOrvoIndication>& indication, bool useInstanceNamesFromReferences);
+    void notify(velm::RoutedIndication& indication, bool useInstanceNamesFromReferences);
 
     /// Drops the subscriber from every list, with a record for each map that is empty then, and drops the
     /// instance lists that have become empty. Requires: the class manager's write lock; `deletedFilters`
@@ -52,9 +55,14 @@ public:
     InstanceMapList& getInstanceMapList() noexcept { return _instanceFilterSubscriberMapList; }
 
 private:
-    void _notifyInstance(const ORVSmrPtr<IOrvoInstanceName>& instanceName,
-                         const ORVSmrPtr<IOrvoIndication>& indication, bool isDestroyed);
+    void _notifyInstance(const ORVString& key, velm::RoutedIndication& indication, bool isDestroyed);
+    void _purge();
 
     ORVSmrPtr<CCIMOMIndicationFilterList> _classFilterSubscriberMapList;
     InstanceMapList _instanceFilterSubscriberMapList;
+    // What the two handles hold, for as long as the table lives.
+    CCIMOMIndicationFilterList& _classList;
+    InstanceMap& _instances;
+    /// Who is in which instance's list.
+    velm::SubscriberPlaces _places;
 };

@@ -1,12 +1,14 @@
 #pragma once
 
 #include "CIMOM_Indications/CIMOMDeletedFilterRecord.h"
+#include "CIMOM_Indications/SubscriberPlaces.h"
 #include "Indications/IIndicationManager.h"
 #include "foundation/containers/ORVValMap.h"
 #include "foundation/containers/ORVValSlist.h"
 #include "foundation/services/IVELMServer.h"
 #include "foundation/subscribers/CSubscriberList.h"
 #include "foundation/subscribers/CSubscriberNetworkConnectionMonitor.h"
+#include "foundation/subscribers/SubscriberIndex.h"
 #include "foundation/utilities/ORVReaderWriterLock.h"
 #include "foundation/utilities/ORVTypes.h"
 
@@ -96,8 +98,7 @@ private:
     // Routing. Requires: the read lock.
     bool _route(const ORVSmrPtr<IOrvoIndication>& indication);
     bool _routeChange(const ORVSmrPtr<IOrvoIndication>& indication);
-    bool _notifyClassLists(const ORVSmrPtr<IOrvoIndication>& indication,
-                           const ORVSmrPtr<IOrvoObject>& object);
+    bool _notifyClassLists(const ORVSmrPtr<IOrvoIndication>& indication, const IOrvoObject& object);
     void _routeThroughClassTree(const ORVSmrPtr<IOrvoIndication>& indication);
 
     // Provider calls. Requires: no lock is held.
@@ -126,6 +127,12 @@ private:
     ORVSmrPtr<IOrvoObject> _getInstanceFromProvider(ORVSmrPtr<IOrvoInstanceName> instanceName);
     [[noreturn]] void _throwClassNotFoundException(ORVSmrPtr<IOrvoValue> classInstanceValue);
 
+    // The tables and what stands beside them. Requires: the write lock.
+    /// Where the subscriber stands in the list. Requires: it is there.
+    ORVValSlist<ORVSmrPtr<CSubscriber>>::iterator _positionOf(const CSubscriber& subscriber);
+    void _removeTableRow(const ORVString& key, CSubscriberList& list, const CSubscriber& subscriber);
+    void _purgeSubscriberTable();
+
     // Removal, phase one. Requires: the write lock.
     void _deleteSubscriber(ORVSmrPtr<CSubscriber> subscriber);
     void _deleteFromSubscriberTable(const ORVSmrPtr<CSubscriber>& subscriber);
@@ -148,8 +155,11 @@ private:
     velm::IVELMServer& _velmServer;
     ORVsint32 _transactionTimeout;
     ORVValMap<ORVString, ORVSmrPtr<CSubscriberList>> _subscriberTable;
+    /// Who has a row under which key of the table.
+    velm::SubscriberPlaces _tablePlaces;
     ORVuint32 _serverSessionID;
     ORVValSlist<ORVSmrPtr<CSubscriber>> _subscribers;
+    SubscriberIndex<CSubscriber> _subscriberIndex;
     ORVSmrPtr<ISubscriberManager> _smartThis;
     ORVSmrPtr<CSubscriberNetworkConnectionMonitor> _connectionMonitor;
     ORVSmrPtr<CIndicationNotifier> _indicationNotifer;

@@ -16,7 +16,7 @@ void writeKind(std::ostream& ostr, const char* label, const ORVSmrPtr<IOrvoSubsc
 
 void writeRow(std::ostream& ostr, const ORVString& name, const CSubscriberTableEntry& entry) {
     const CSubscriberID& id = *entry.getSubscriber()->getSubscriberID();
-    const COrvoIndicationFilterProcessor& wants = *entry.getIndicationFilterProcessor();
+    const COrvoIndicationFilterProcessor wants = entry.getWants();
     ostr << "<TR><TD>";
     velm::writeSpaced(ostr, name);
     ostr << "</TD><TD>" << id.getHostName() << ":" << id.getPortNumber() << " (" << id.getSessionID()

@@ -5,6 +5,9 @@
 #include "foundation/services/CIMUtil.h"
 #include "foundation/utilities/ORVLockGuard.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace {
 
 void logError(const char* component, const ORVString& message) {
@@ -71,7 +74,7 @@ void CIndicationManager::removeSubscriber(const CSubscriberID& subscriberID, boo
             if (informConnectionMontitor) {
                 _connectionMonitor->subscriptionChangeOccured();
             }
-            _subscribers.removeObject(subscriber);
+            _subscriberIndex.erase(_subscribers, _positionOf(*subscriber));
             _deleteSubscriber(subscriber);
         }
     } catch (...) {
@@ -87,12 +90,14 @@ void CIndicationManager::removeAllSubscribers(bool informConnectionMontitor, boo
     ORVLockGuard lock(_indicationManagerLock, ORVLockGuard::forWriting);
     lock.enter();
     for (unsigned int index = _subscribers.entries(); index >= 1; --index) {
-        const ORVSmrPtr<CSubscriber> subscriber = _subscribers.at(index - 1);
+        const auto position = index == _subscribers.entries() ? _subscribers.last()
+                                                              : std::next(_subscribers.begin(), index - 1);
+        const ORVSmrPtr<CSubscriber> subscriber = *position;
         try {
             if (informConnectionMontitor) {
                 _connectionMonitor->subscriptionChangeOccured();
             }
-            _subscribers.removeAt(index - 1);
+            _subscriberIndex.erase(_subscribers, position);
         } catch (...) {
             if (!subscriber.IsNull()) {
                 logRemovalFailure(*subscriber->getSubscriberID());
@@ -148,6 +153,10 @@ ORVSmrPtr<ORVValSlist<ORVSmrPtr<CSubscriber>>> CIndicationManager::getCurrentSub
 
 const ORVSmrPtr<CSubscriber> CIndicationManager::findSubscriber(const CSubscriberID& subscriberID,
                                                                 bool exactMatch) const {
+    if (exactMatch && _subscriberIndex.isUsable()) {
+        const auto position = _subscriberIndex.find(subscriberID);
+        return position == ORVValSlist<ORVSmrPtr<CSubscriber>>::iterator() ? nullptr : *position;
+    }
     for (const ORVSmrPtr<CSubscriber>& subscriber : _subscribers) {
         if (subscriber.IsNull()) {
             traceError("NULL subscriber entry in list");
@@ -159,6 +168,15 @@ const ORVSmrPtr<CSubscriber> CIndicationManager::findSubscriber(const CSubscribe
         }
     }
     return nullptr;
+}
+
+ORVValSlist<ORVSmrPtr<CSubscriber>>::iterator CIndicationManager::_positionOf(const CSubscriber& subscriber) {
+    const auto isIt = [&subscriber](const CSubscriber& other) { return &other == &subscriber; };
+    if (_subscriberIndex.isUsable()) {
+        return _subscriberIndex.findIf(*subscriber.identity(), isIt);
+    }
+    return std::find_if(_subscribers.begin(), _subscribers.end(),
+                        [&](const auto& other) { return !other.IsNull() && isIt(*other); });
 }
 
 void CIndicationManager::_deleteSubscriber(ORVSmrPtr<CSubscriber> subscriber) {
@@ -177,17 +195,17 @@ void CIndicationManager::_deleteSubscriber(ORVSmrPtr<CSubscriber> subscriber) {
 void CIndicationManager::_deleteFromSubscriberTable(const ORVSmrPtr<CSubscriber>& subscriber) {
     const CSubscriberID& subscriberID = *subscriber->getSubscriberID();
     // A list of a destroyed instance must not keep the subscriber, and its connection, alive.
-    _subscriberTable.purge();
+    _purgeSubscriberTable();
     ORVSmrPtr<CDeletedSubscriberRecord> record(new CDeletedSubscriberRecord(subscriber));
     ORVValSlist<ORVString> instanceNamesToDelete;
-    for (ORVValMapIterator<ORVString, ORVSmrPtr<CSubscriberList>> table(_subscriberTable); ++table;) {
-        CSubscriberList& list = *table.value();
+    for (const ORVString& key : _tablePlaces.take(subscriberID, _subscriberTable)) {
+        CSubscriberList& list = **_subscriberTable.find(key);
         const ORVSmrPtr<CSubscriberTableEntry> entry = list.lookup(subscriberID);
         if (entry.IsNull()) {
             continue;
         }
         record->addTableEntry(list.getInstanceName(), entry);
-        list.getList()->removeObject(entry);
+        _removeTableRow(key, list, *entry->getSubscriber());
         if (list.isEmpty()) {
             instanceNamesToDelete.append(list.getInstanceName()->toString());
         }
@@ -202,6 +220,27 @@ void CIndicationManager::_deleteFromSubscriberTable(const ORVSmrPtr<CSubscriber>
     if (!record->getSubscriberList()->isEmpty()) {
         _addDeletedSubscriber(record);
     }
+}
+
+void CIndicationManager::_removeTableRow(const ORVString& key, CSubscriberList& list,
+                                         const CSubscriber& subscriber) {
+    list.removeEntry(subscriber);
+    const CSubscriberID& id = *subscriber.identity();
+    if (list.lookup(id).IsNull()) {
+        _tablePlaces.remove(id, key);
+    } else {
+        _tablePlaces.add(id, key);  // A row of another subscriber with the same identity.
+    }
+}
+
+void CIndicationManager::_purgeSubscriberTable() {
+    _subscriberTable.purge([this](const ORVString& key, const ORVSmrPtr<CSubscriberList>& list) {
+        for (const ORVSmrPtr<CSubscriberTableEntry>& entry : *list->getList()) {
+            if (const CSubscriberID* id = entry->identity()) {
+                _tablePlaces.remove(*id, key);
+            }
+        }
+    });
 }
 
 void CIndicationManager::_deleteFromClassRegistry(const CSubscriberID& subscriberID) {
@@ -290,9 +329,9 @@ void CIndicationManager::_deleteSubscriberFromProviders(
 
 void CIndicationManager::_deleteTableEntryFromProviders(const ORVSmrPtr<IOrvoInstanceName>& instanceName,
                                                         const CSubscriberTableEntry& entry) {
-    const ORVSmrPtr<FilterProcessor> processor = entry.getIndicationFilterProcessor();
+    const FilterProcessor wants = entry.getWants();
     for (const KindOfInterest& kind : kindsOfInterest) {
-        if (((*processor).*kind.referenceCount)() != 0) {
+        if ((wants.*kind.referenceCount)() != 0) {
             try {
                 _unsubscribeFromProvider(instanceName, kind.type, nullptr, entry.isClassBased());
             } catch (...) {
@@ -300,7 +339,7 @@ void CIndicationManager::_deleteTableEntryFromProviders(const ORVSmrPtr<IOrvoIns
                            instanceName->toString());
             }
         }
-        const ORVSmrPtr<IOrvoSubscriptionFilter> filter = ((*processor).*kind.filter)();
+        const ORVSmrPtr<IOrvoSubscriptionFilter> filter = (wants.*kind.filter)();
         if (!filter.IsNull()) {
             try {
                 _unsubscribeFromProvider(instanceName, kind.type, filter, entry.isClassBased());

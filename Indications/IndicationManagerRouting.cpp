@@ -39,52 +39,46 @@ bool CIndicationManager::_routeChange(const ORVSmrPtr<IOrvoIndication>& indicati
     const ORVSmrPtr<IOrvoInstanceName> instanceName = object->getInstanceName();
     const unsigned int scope = indication->getRoutingScope();
     if (scope != IOrvoIndication::ScopeClassOnly) {
-        ORVSmrPtr<CSubscriberList> list;
-        if (_subscriberTable.find(instanceName->toString(), list)) {
+        if (const ORVSmrPtr<CSubscriberList>* list = _subscriberTable.find(instanceName->toString())) {
             // Reporters rely on hearing about class-wide interest only, so this answer is dropped.
-            list->notify(indication);
+            (*list)->notify(indication);
         }
     }
-    return scope != IOrvoIndication::ScopeInstanceOnly && _notifyClassLists(indication, object);
+    return scope != IOrvoIndication::ScopeInstanceOnly && _notifyClassLists(indication, *object);
 }
 
 bool CIndicationManager::_notifyClassLists(const ORVSmrPtr<IOrvoIndication>& indication,
-                                           const ORVSmrPtr<IOrvoObject>& object) {
+                                           const IOrvoObject& object) {
     const velm::ClassManagerReadGuard classManager;
-    const ORVSmrPtr<ORVValSlist<ORVString>> names(new ORVValSlist<ORVString>);
-    ORVSmrPtr<CCIMOMClass> node = classManager->lookup(object->getClassName());
-    while (!node.IsNull()) {
-        ORVSmrPtr<CCIMOMClass> base = node->getBaseClass();
-        names->append(base.IsNull() ? ORVString("*") : node->getClassName());
-        node = std::move(base);
+    const CCIMOMClass* node = classManager->find(object.getClassName());
+    if (!node) {
+        indication->setClassNames(ORVSmrPtr<ORVValSlist<ORVString>>(new ORVValSlist<ORVString>));
+        return false;
     }
-    indication->setClassNames(names);
+    indication->setClassNames(node->getRouteNames());
 
     // The answer is that of the last list found, not of any: reporters compare it with what "*" wants.
     bool classResult = false;
-    for (const ORVString& name : *names) {
-        ORVSmrPtr<CSubscriberList> list;
-        if (_subscriberTable.find(name, list)) {
-            classResult = list->notify(indication);
+    for (const ORVString& name : *node->getRouteNames()) {
+        if (const ORVSmrPtr<CSubscriberList>* list = _subscriberTable.find(name)) {
+            classResult = (*list)->notify(indication);
         }
     }
     return classResult;
 }
 
 void CIndicationManager::_routeThroughClassTree(const ORVSmrPtr<IOrvoIndication>& indication) {
-    ORVSmrPtr<IOrvoObject> object;
+    auto object = ORVSmrPtr<IOrvoObject>::none();
     {
         const velm::ClassManagerReadGuard classManager;
         object = indication->getObject();
         const ORVString className = object->getClassName();
-        ORVSmrPtr<CCIMOMClass> node;
-        if (!className.isNull()) {
-            node = classManager->lookup(className);
+        CCIMOMClass* node = className.isNull() ? nullptr : classManager->find(className);
+        if (node) {
+            node->notify(indication);
+        } else {
+            classManager->lookup(velm::catchAllClassName)->notify(indication);
         }
-        if (node.IsNull()) {
-            node = classManager->lookup(velm::catchAllClassName);
-        }
-        node->notify(indication);
     }
     if (indication->getType() == IOrvoIndication::IndicationDestruction) {
         // Other readers may be walking the table and this very list.

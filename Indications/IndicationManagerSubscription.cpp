@@ -173,7 +173,7 @@ bool CIndicationManager::subscribe(ORVSmrPtr<CSubscriberID> subscriberID,
     const ORVSmrPtr<CSubscriberTableEntry> entry = _findOrAddTableEntry(subscriber, instanceName, classWide);
     const ORVSmrPtr<IOrvoSubscriptionFilter> resultFilter(new COrvoSubscriptionFilter);
     unsigned int referenceCount = 0;
-    entry->getIndicationFilterProcessor()->subscribe(type, filter, resultFilter, &referenceCount);
+    entry->subscribe(type, filter, resultFilter, &referenceCount);
     lock.leave();
     if (!filter.IsNull()) {
         if (!resultFilter->isEmpty()) {
@@ -192,6 +192,7 @@ bool CIndicationManager::unsubscribe(ORVSmrPtr<CSubscriberID> subscriberID,
     logRequest(subscriberID, "' unsubscribed from '", type, instanceName, filter);
     ORVLockGuard lock(_indicationManagerLock, ORVLockGuard::forWriting);
     lock.enter();
+    _purgeSubscriberTable();
     const ORVString key = tableKey(instanceName, classWide);
     ORVSmrPtr<CSubscriberList> list;
     if (!_subscriberTable.find(key, list)) {
@@ -203,10 +204,9 @@ bool CIndicationManager::unsubscribe(ORVSmrPtr<CSubscriberID> subscriberID,
     }
     const ORVSmrPtr<IOrvoSubscriptionFilter> resultFilter(new COrvoSubscriptionFilter);
     unsigned int referenceCount = 1;
-    const ORVSmrPtr<COrvoIndicationFilterProcessor> processor = entry->getIndicationFilterProcessor();
-    processor->unsubscribe(type, filter, resultFilter, &referenceCount);
-    if (!processor->willTriggerNotification()) {
-        list->removeEntry(*entry->getSubscriber());
+    entry->unsubscribe(type, filter, resultFilter, &referenceCount);
+    if (!entry->willTriggerNotification()) {
+        _removeTableRow(key, *list, *entry->getSubscriber());
         if (list->isEmpty()) {
             _subscriberTable.remove(key);
         }
@@ -237,14 +237,18 @@ ORVSmrPtr<CSubscriberTableEntry> CIndicationManager::_findOrAddTableEntry(
     const ORVSmrPtr<CSubscriber>& subscriber, const ORVSmrPtr<IOrvoInstanceName>& instanceName,
     bool classWide) {
     const ORVString key = tableKey(instanceName, classWide);
+    _purgeSubscriberTable();
     ORVSmrPtr<CSubscriberList> list;
     if (!_subscriberTable.find(key, list)) {
         list = new CSubscriberList(instanceName);
         _subscriberTable.insert(key, list);
     }
-    ORVSmrPtr<CSubscriberTableEntry> entry = list->lookup(*subscriber->getSubscriberID());
+    const CSubscriberID& id = *subscriber->identity();
+    ORVSmrPtr<CSubscriberTableEntry> entry = list->lookup(id);
     if (entry.IsNull()) {
         entry = new CSubscriberTableEntry(subscriber, classWide);
+        // Before the row: a place too many does no harm.
+        _tablePlaces.add(id, key);
         list->addEntry(entry);
     }
     return entry;
@@ -254,9 +258,9 @@ bool CIndicationManager::addSubscriber(ORVSmrPtr<CSubscriber> subscriber) {
     ORVLockGuard lock(_indicationManagerLock, ORVLockGuard::forWriting);
     lock.enter();
     try {
-        _subscribers.append(subscriber);
+        _subscriberIndex.append(_subscribers, subscriber);
         if (!_connectionMonitor->subscriptionChangeOccured()) {
-            _subscribers.removeAt(_subscribers.entries() - 1);
+            _subscriberIndex.erase(_subscribers, _subscribers.last());
         }
     } catch (...) {
         const ORVSmrPtr<CSubscriberID> id = subscriber.IsNull() ? nullptr : subscriber->getSubscriberID();

@@ -35,8 +35,18 @@ struct Exchange {
             client.emplace(url, true, true, remoteTimeout, true);
         }
         std::ostream* out = nullptr;
-        response.reset(client->connect(ORVHTTPCodes::Post, "/indication", &out));
+        response.reset(client->connect(method(), path(), &out));
         request.reset(out);
+    }
+
+    // Never destroyed: a delivery may run while the process ends.
+    static const ORVString& method() {
+        static const auto& text = *new ORVString(ORVHTTPCodes::Post);
+        return text;
+    }
+    static const ORVString& path() {
+        static const auto& text = *new ORVString("/indication");
+        return text;
     }
 
     ~Exchange() {
@@ -98,7 +108,7 @@ void logAnswerFailure(const ORVString& destination) {
 }
 
 /// Whether the listener answered with a return value of 0; logs the error when it answered with one.
-bool isGoodAnswer(const ORVCIMMessage& message, const ORVString& destination) {
+bool isGoodAnswer(const ORVCIMMessage& message, const ORVString& host, const ORVString& port) {
     const auto simpleExpRsp = message.getSimpleExpRsp();
     if (simpleExpRsp.IsNull()) {
         return false;
@@ -113,7 +123,7 @@ bool isGoodAnswer(const ORVCIMMessage& message, const ORVString& destination) {
     }
     const auto error = methodResponse->getError();
     if (!error.IsNull()) {
-        logAnswer("An error was returned in the indication response from " + destination + " - " +
+        logAnswer("An error was returned in the indication response from " + nameOf(host, port) + " - " +
                   error->getDescription());
     }
     return false;
@@ -220,9 +230,9 @@ bool CIndicationNotifier::CDelivery::_firePersistent(ORVSmrPtr<CSubscriber>& sub
 void CIndicationNotifier::CDelivery::_firePersistentHTTPHeader(std::ostream* out) {
     // The subscriber reads the export request as the response to the request with which it opened the
     // channel.
-    *out << "HTTP/1.1 200 OK" << ORVHTTPCodes::CRLF;
-    *out << "CIMOperation: MethodResponse" << ORVHTTPCodes::CRLF;
-    *out << "Content-Type: application/xml; charset=\"utf-8\"" << ORVHTTPCodes::CRLF;
+    *out << "HTTP/1.1 200 OK\r\n"
+            "CIMOperation: MethodResponse\r\n"
+            "Content-Type: application/xml; charset=\"utf-8\"\r\n";
     dynamic_cast<ORVGenericHTTPOStream&>(*out).completeHeader();
 }
 
@@ -246,12 +256,11 @@ void CIndicationNotifier::CDelivery::_fireXMLTrailer(std::ostream* out,
 
 void CIndicationNotifier::CDelivery::_handleFireResponse(std::istream* in, ORVString& host, ORVString& port) {
     try {
-        const ORVString destination = nameOf(host, port);
         auto& stream = dynamic_cast<ORVGenericHTTPIStream&>(*in);
         ORVHTTPResponse().readResponseFrom(stream);
         const ORVCIMMessage message(stream, false, true);
-        if (!isGoodAnswer(message, destination)) {
-            logAnswer("An improper method response was received from : " + destination);
+        if (!isGoodAnswer(message, host, port)) {
+            logAnswer("An improper method response was received from : " + nameOf(host, port));
         }
     } catch (...) {
         handleFailure([&] { logAnswerFailure(nameOf(host, port)); });

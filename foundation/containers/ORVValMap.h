@@ -1,28 +1,35 @@
 #pragma once
 
-#include "foundation/containers/ORVValSlist.h"
+#include "foundation/containers/KeyIndex.h"
 #include "foundation/utilities/ORVString.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <type_traits>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
 template <class K, class V>
 class ORVValMapIterator;
 
-/// One pair of an ORVValMap.
+/// One pair of an ORVValMap, with its neighbours in its bucket's chain and in the index.
 template <class K, class V>
 struct ORVValMapItem {
     const K key;
     V value;
-    std::atomic<bool> retired{false};
+    ORVValMapItem* previous = nullptr;
+    ORVValMapItem* next = nullptr;
+    ORVValMapItem* nextOfSameHash = nullptr;
     ORVValMapItem* nextRetired = nullptr;
+    /// Grows with each insertion; the lowest bit says whether the pair is retired.
+    std::atomic<std::uint64_t> age;
 
-    ORVValMapItem(const K& itemKey, const V& itemValue) : key(itemKey), value(itemValue) {}
+    ORVValMapItem(const K& itemKey, const V& itemValue, std::uint64_t itemAge)
+        : key(itemKey), value(itemValue), age(itemAge) {}
+
+    bool isRetired() const noexcept { return (age.load(std::memory_order_acquire) & 1) != 0; }
 };
 
 /// A chained hash map with a fixed number of buckets; it owns copies of its keys and values.
@@ -39,10 +46,11 @@ class ORVValMap {
 public:
     using HashFunction = std::uint32_t (*)(const K&);
 
+    /// Where a pair comes in the order of iteration: positions compare as the order goes.
+    using Place = std::pair<std::size_t, std::uint64_t>;
+
     /// Requires: `hash` gives equal numbers for equal keys, `bucketCount` is above 0.
-    ORVValMap(HashFunction hash, unsigned int bucketCount) : _hash(hash), _index(0, IndexHash{hash}) {
-        _create(bucketCount);
-    }
+    ORVValMap(HashFunction hash, unsigned int bucketCount) : _hash(hash) { _create(bucketCount); }
     ORVValMap(const ORVValMap&) = delete;
     ORVValMap& operator=(const ORVValMap&) = delete;
     ~ORVValMap() { clear(); }
@@ -64,23 +72,29 @@ public:
         return item ? &item->value : nullptr;
     }
 
+    /// The place of `key` in the order of iteration. Requires: the pair is there.
+    Place placeOf(const K& key) const {
+        return {_bucketOf(key), _find(key)->age.load(std::memory_order_relaxed)};
+    }
+
     /// Adds a pair at the tail of its bucket's chain. A pair with an equal key is removed. Always answers
     /// true; when copying throws, the map is as it was.
     bool insert(const K& key, const V& value) {
         // Copied first: key and value may belong to the pair that goes.
-        auto item = std::make_unique<Item>(key, value);
-        auto link = std::make_unique<Link>(Link{nullptr, nullptr, item.get()});
+        auto item = std::make_unique<Item>(key, value, _nextAge);
         purge();
         Chain& chain = _chainOf(item->key);
-        Link*& indexed = _index.try_emplace(item->key, nullptr).first->second;
+        void*& head = _index.head(_indexHashOf(item->key));
         // Nothing throws from here on.
-        Link* former = std::exchange(indexed, link.get());
-        chain._link(link.release());
-        static_cast<void>(item.release());
+        _nextAge += 2;
+        _entries.fetch_add(1, std::memory_order_relaxed);
+        Item* former = _searchFrom(head, item->key);
+        item->nextOfSameHash = static_cast<Item*>(head);
+        head = item.get();
+        _append(chain, item.release());
         if (former) {
-            _discard(chain, former);
-        } else {
-            _entries.fetch_add(1, std::memory_order_relaxed);
+            _entries.fetch_sub(1, std::memory_order_relaxed);
+            _erase(former);
         }
         return true;
     }
@@ -89,8 +103,8 @@ public:
     bool remove(const K& key) {
         Item* item = _find(key);
         if (item) {
-            _erase(item->key);
             _entries.fetch_sub(1, std::memory_order_relaxed);
+            _erase(item);
         }
         purge();
         return item != nullptr;
@@ -103,7 +117,7 @@ public:
     /// longer know it. The pair itself is destroyed by the next insert, remove, purge or clear.
     bool retire(const K& key) {
         Item* item = _find(key);
-        if (!item || item->retired.exchange(true, std::memory_order_acq_rel)) {
+        if (!item || (item->age.fetch_or(1, std::memory_order_acq_rel) & 1) != 0) {
             return false;
         }
         item->nextRetired = _retired.load(std::memory_order_relaxed);
@@ -114,22 +128,30 @@ public:
         return true;
     }
 
-    /// Destroys the pairs that were retired. Requires: the owner's exclusive lock.
-    void purge() {
+    /// Destroys the pairs that were retired; `visit`, given the key and the value, sees each of them before.
+    /// Requires: the owner's exclusive lock; `visit` does not use the map.
+    template <class Visitor>
+    void purge(Visitor visit) {
         Item* item = _retired.exchange(nullptr, std::memory_order_acquire);
         while (item) {
             Item* next = item->nextRetired;
-            _erase(item->key);
+            visit(item->key, item->value);
+            _erase(item);
             item = next;
         }
     }
 
+    void purge() {
+        purge([](const K&, const V&) {});
+    }
+
     void clear() noexcept {
-        for (std::unique_ptr<Chain>& chain : _buckets) {
-            while (chain && !chain->isEmpty()) {
-                _discard(*chain, chain->_head);
+        for (Chain& chain : _buckets) {
+            Item* item = std::exchange(chain.head, nullptr);
+            chain.tail = nullptr;
+            while (item) {
+                delete std::exchange(item, item->next);
             }
-            chain.reset();
         }
         _index.clear();
         _retired.store(nullptr, std::memory_order_relaxed);
@@ -141,22 +163,21 @@ public:
 
 private:
     using Item = ORVValMapItem<K, V>;
-    using Chain = ORVValSlist<Item*>;
-    using Link = ORVValSlistItem<Item*>;
     friend class ORVValMapIterator<K, V>;
 
-    /// Tells texts apart that the owner's hash takes for one because it ignores letter case.
-    struct IndexHash {
-        HashFunction hash;
-        std::size_t operator()(const K& key) const {
-            if constexpr (std::is_same_v<K, ORVString>) {
-                return hashKeyORVString(key);
-            } else {
-                return hash(key);
-            }
-        }
+    struct Chain {
+        Item* head = nullptr;
+        Item* tail = nullptr;
     };
-    using Index = std::unordered_map<K, Link*, IndexHash>;
+
+    /// Tells texts apart that the owner's hash takes for one because it ignores letter case.
+    std::uint32_t _indexHashOf(const K& key) const {
+        if constexpr (std::is_same_v<K, ORVString>) {
+            return hashKeyORVString(key);
+        } else {
+            return _hash(key);
+        }
+    }
 
     void _create(unsigned int bucketCount) {
         _hashSize = bucketCount;
@@ -164,45 +185,55 @@ private:
     }
 
     std::size_t _bucketOf(const K& key) const { return _hash(key) % _hashSize; }
+    Chain& _chainOf(const K& key) { return _buckets[_bucketOf(key)]; }
+
+    static Item* _searchFrom(void* head, const K& key) {
+        for (auto* item = static_cast<Item*>(head); item; item = item->nextOfSameHash) {
+            if (item->key == key) {
+                return item;
+            }
+        }
+        return nullptr;
+    }
 
     Item* _find(const K& key) const {
-        auto found = _index.find(key);
-        if (found == _index.end() || found->second->data->retired.load(std::memory_order_acquire)) {
-            return nullptr;
-        }
-        return found->second->data;
+        Item* item = _searchFrom(_index.find(_indexHashOf(key)), key);
+        return item && !item->isRetired() ? item : nullptr;
     }
 
-    /// The chain of the bucket of `key`, made when there is none.
-    Chain& _chainOf(const K& key) {
-        std::unique_ptr<Chain>& chain = _buckets[_bucketOf(key)];
-        if (!chain) {
-            chain = std::make_unique<Chain>();
-        }
-        return *chain;
+    static void _append(Chain& chain, Item* item) noexcept {
+        item->previous = chain.tail;
+        (chain.tail ? chain.tail->next : chain.head) = item;
+        chain.tail = item;
     }
 
-    static void _discard(Chain& chain, Link* link) noexcept {
-        const std::unique_ptr<Item> item(link->data);
-        chain._erase(link);
-    }
-
-    /// Requires: the pair is there. `key` may be its own.
-    void _erase(const K& key) {
-        std::unique_ptr<Chain>& chain = _buckets[_bucketOf(key)];
-        auto indexed = _index.extract(key);
-        _discard(*chain, indexed.mapped());
-        if (chain->isEmpty()) {
-            chain.reset();
+    void _erase(Item* item) noexcept {
+        const std::uint32_t hash = _indexHashOf(item->key);
+        void*& head = _index.head(hash);
+        if (head != item) {
+            auto* before = static_cast<Item*>(head);
+            while (before->nextOfSameHash != item) {
+                before = before->nextOfSameHash;
+            }
+            before->nextOfSameHash = item->nextOfSameHash;
+        } else if (item->nextOfSameHash) {
+            head = item->nextOfSameHash;
+        } else {
+            _index.erase(hash);
         }
+        Chain& chain = _chainOf(item->key);
+        (item->previous ? item->previous->next : chain.head) = item->next;
+        (item->next ? item->next->previous : chain.tail) = item->previous;
+        delete item;
     }
 
     HashFunction _hash;
     std::atomic<unsigned int> _entries{0};
     unsigned int _hashSize = 0;
-    std::vector<std::unique_ptr<Chain>> _buckets;
-    Index _index;
+    std::vector<Chain> _buckets;
+    velm::KeyIndex _index;
     std::atomic<Item*> _retired{nullptr};
+    std::uint64_t _nextAge = 0;
 };
 
 /// Walks a map bucket by bucket: `for (ORVValMapIterator<K, V> it(map); ++it;) use(it.key(), it.value());`
@@ -215,12 +246,12 @@ public:
     /// Steps to the next pair; false when there is none, and from then on.
     bool operator++() {
         while (!_atEnd) {
-            if (!_link) {
+            if (!_item) {
                 _atEnd = !_enterNextBucket();
             } else {
-                _link = _link->next;
+                _item = _item->next;
             }
-            if (_link && !_link->data->retired.load(std::memory_order_acquire)) {
+            if (_item && !_item->isRetired()) {
                 return true;
             }
         }
@@ -230,11 +261,11 @@ public:
     bool operator()() { return ++*this; }
 
     /// The current pair. Requires: the last step answered true.
-    const K& key() const noexcept { return _link->data->key; }
-    V& value() const noexcept { return _link->data->value; }
+    const K& key() const noexcept { return _item->key; }
+    V& value() const noexcept { return _item->value; }
 
     void reset() noexcept {
-        _link = nullptr;
+        _item = nullptr;
         _bucket = 0;
         _atEnd = false;
     }
@@ -242,9 +273,8 @@ public:
 private:
     bool _enterNextBucket() noexcept {
         while (_bucket < _map->_buckets.size()) {
-            const auto& chain = _map->_buckets[_bucket++];
-            if (chain) {
-                _link = chain->_head;
+            _item = _map->_buckets[_bucket++].head;
+            if (_item) {
                 return true;
             }
         }
@@ -252,7 +282,7 @@ private:
     }
 
     const ORVValMap<K, V>* _map;
-    const ORVValSlistItem<ORVValMapItem<K, V>*>* _link = nullptr;
+    ORVValMapItem<K, V>* _item = nullptr;
     std::size_t _bucket = 0;
     bool _atEnd = false;
 };

@@ -10,12 +10,6 @@
 template <class T>
 class ORVValSlistIterator;
 
-template <class K, class V>
-class ORVValMap;
-
-template <class K, class V>
-class ORVValMapIterator;
-
 /// One element of an ORVValSlist and its links to the neighbours.
 template <class T>
 struct ORVValSlistItem {
@@ -86,6 +80,13 @@ public:
     unsigned int entries() const noexcept { return _entries; }
     bool isEmpty() const noexcept { return _entries == 0; }
 
+    /// The position of the tail; end() when the list is empty. Positions stay good until their element goes.
+    iterator last() noexcept { return iterator(_last); }
+
+    /// Removes the element at `position`, at the same cost wherever it stands. Requires: a position of this
+    /// list, not end().
+    void erase(iterator position) noexcept { _erase(position._item); }
+
     iterator begin() noexcept { return iterator(_head); }
     iterator end() noexcept { return iterator(nullptr); }
     const_iterator begin() const noexcept { return const_iterator(_head); }
@@ -94,10 +95,6 @@ public:
 private:
     using Item = ORVValSlistItem<T>;
     friend class ORVValSlistIterator<T>;
-    template <class K, class V>
-    friend class ORVValMap;
-    template <class K, class V>
-    friend class ORVValMapIterator;
 
     Item* _advanceTo(unsigned int index) const {
         if (index >= _entries) {
@@ -178,6 +175,8 @@ public:
     bool operator==(const Position&) const = default;
 
 private:
+    friend class ORVValSlist<T>;
+
     ORVValSlistItem<T>* _item = nullptr;
 };
 

@@ -6,6 +6,8 @@
 #include <atomic>
 #include <cstddef>
 #include <memory>
+#include <new>
+#include <type_traits>
 #include <utility>
 
 /// What the handles share that does not depend on the type of the object.
@@ -15,18 +17,34 @@ public:
     [[noreturn]] static void raiseNullPointer(const char* operation);
 };
 
-/// The shared record behind the handles to one object.
-///
-/// `ownCount` counts the handles that share the record. `objectCount` counts the records, of whatever handle
-/// type, that refer to the object; it is shared by them and lives on the heap.
-template <class T>
-struct SmartPointerPointee {
+/// The counts of a record, the same for every type of handle.
+struct SmartPointerCounts {
+    /// The handles that share the record.
     ORVAtomicInt ownCount{1};
-    ORVAtomicInt& objectCount;
+    /// The records, of whatever handle type, that refer to the object. That of the object's first record
+    /// counts, the others stay unused.
+    ORVAtomicInt objectCount{1};
+    /// The object's first record. Its memory lives as long as any of them.
+    SmartPointerCounts* first;
+
+    explicit SmartPointerCounts(SmartPointerCounts* firstRecord) noexcept
+        : first(firstRecord ? firstRecord : this) {}
+};
+
+/// The shared record behind the handles to one object: one block of memory, which needs no destruction, so
+/// that the last handle of another type can free it.
+template <class T>
+struct SmartPointerPointee : SmartPointerCounts {
     std::atomic<T*> object;
 
-    SmartPointerPointee(ORVAtomicInt& sharedObjectCount, T* pointee) noexcept
-        : objectCount(sharedObjectCount), object(pointee) {}
+    SmartPointerPointee(SmartPointerCounts* firstRecord, T* pointee) noexcept
+        : SmartPointerCounts(firstRecord), object(pointee) {}
+
+    /// A record for a new object, or one more for the object of `firstRecord`.
+    static SmartPointerPointee* make(SmartPointerCounts* firstRecord, T* pointee) {
+        static_assert(std::is_trivially_destructible_v<SmartPointerPointee>);
+        return new (::operator new(sizeof(SmartPointerPointee))) SmartPointerPointee(firstRecord, pointee);
+    }
 };
 
 template <class T>
@@ -50,6 +68,10 @@ public:
 
     /// Takes ownership of `object`, which may be null. Deletes it when the record cannot be made.
     explicit ORVSmrPtr(T* object) : _pointee(_newRecord(object)) {}
+
+    /// A null handle without a record, as a handle is that was moved from: it costs nothing, and Set() does
+    /// nothing to it.
+    static ORVSmrPtr none() noexcept { return ORVSmrPtr(static_cast<Pointee*>(nullptr), Record{}); }
 
     ORVSmrPtr(const ORVSmrPtr& other) noexcept : _pointee(other._pointee) { _retain(); }
 
@@ -110,11 +132,13 @@ private:
     template <class To, class From>
     friend void ForceCopySmrPtr(ORVSmrPtr<To>& target, const ORVSmrPtr<From>& source);
 
+    /// Tells the constructor that takes a record from the one that takes an object.
+    struct Record {};
+    ORVSmrPtr(Pointee* record, Record) noexcept : _pointee(record) {}
+
     static Pointee* _newRecord(T* object) {
         std::unique_ptr<T> guard(object);
-        auto objectCount = std::make_unique<ORVAtomicInt>(1);
-        auto* record = new Pointee(*objectCount, object);
-        static_cast<void>(objectCount.release());
+        Pointee* record = Pointee::make(nullptr, object);
         static_cast<void>(guard.release());
         return record;
     }
@@ -130,11 +154,15 @@ private:
         if (!record || record->ownCount.atomicDec() != 0) {
             return;
         }
-        if (record->objectCount.atomicDec() == 0) {
-            delete &record->objectCount;
-            delete record->object.load(std::memory_order_acquire);
+        SmartPointerCounts* first = record->first;
+        T* object = record->object.load(std::memory_order_acquire);
+        if (record != first) {
+            ::operator delete(record);
         }
-        delete record;
+        if (first->objectCount.atomicDec() == 0) {
+            ::operator delete(first);
+            delete object;
+        }
     }
 
     void _swap(ORVSmrPtr& other) noexcept { std::swap(_pointee, other._pointee); }
@@ -160,9 +188,9 @@ void ForceCopySmrPtr(ORVSmrPtr<To>& target, const ORVSmrPtr<From>& source) {
     if (!object) {
         return;
     }
-    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDelete): the analyzer does not follow the counts.
-    auto* record = new SmartPointerPointee<To>(source._pointee->objectCount, object);
-    record->objectCount.atomicInc();
+    SmartPointerCounts* first = source._pointee->first;
+    auto* record = SmartPointerPointee<To>::make(first, object);
+    first->objectCount.atomicInc();
     target._Release();
     target._pointee = record;
 }

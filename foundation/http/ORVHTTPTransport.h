@@ -59,6 +59,8 @@ public:
 private:
     struct State;
 
+    explicit ORVHTTPTransport(std::unique_ptr<State> state);
+
     void _send(std::string_view bytes, bool mayBeAnsweredEarly);
 
     std::unique_ptr<State> _state;

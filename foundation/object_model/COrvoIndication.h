@@ -2,7 +2,7 @@
 
 #include "foundation/object_model/IOrvoIndication.h"
 
-#include <mutex>
+#include <atomic>
 
 /// The one implementation of IOrvoIndication.
 class VELM_EXPORT COrvoIndication : public IOrvoIndication {
@@ -15,6 +15,10 @@ public:
                     IOrvoIndication::IndicationIntent intent, ORVSmrPtr<ORVValSlist<ORVString>> classNames,
                     bool copiesObject);
     ~COrvoIndication() override;
+
+    /// What a filter makes of `reported` for delivery as `type`: object, changed properties, context and time
+    /// are shared with it, class names and routing scope are not.
+    static ORVSmrPtr<IOrvoIndication> makeDelivery(const IOrvoIndication& reported, IndicationType type);
 
     /// The static record for `type`; that of IndicationInvalid for a number that is no kind.
     static const ReportedKind& reportedKindOf(IndicationType type) noexcept;
@@ -37,13 +41,18 @@ public:
     ORVString toString() const override;
 
 private:
+    class ClassNamesLock;
+
+    COrvoIndication(const IOrvoIndication& reported, IndicationType type);
+
     ORVSmrPtr<IOrvoObject> _object;
-    IndicationType _type;
     ORVSmrPtr<ORVValSlist<ORVString>> _changedProperties;
     void* _context;
-    IndicationIntent _intent;
-    mutable std::mutex _classNamesLock;
-    ORVSmrPtr<ORVValSlist<ORVString>> _classNames;
-    unsigned int _routingScope = ScopeAll;
     std::chrono::system_clock::time_point _time;
+    IndicationType _type;
+    IndicationIntent _intent;
+    unsigned int _routingScope = ScopeAll;
+    /// Held for no longer than it takes to copy a handle.
+    mutable std::atomic_flag _classNamesLock;
+    ORVSmrPtr<ORVValSlist<ORVString>> _classNames;
 };

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstddef>
+#include <forward_list>
 #include <map>
 
 /// Counts what one subscriber wants of one instance or class, per kind of indication.
@@ -17,6 +18,12 @@
 class VELM_EXPORT COrvoIndicationFilterProcessor {
 public:
     COrvoIndicationFilterProcessor();
+
+    /// With `unfiltered` subscriptions of `type`, which may be no kind when there are none.
+    COrvoIndicationFilterProcessor(IOrvoIndication::IndicationType type, unsigned int unfiltered);
+
+    /// Whether `type` is one kind of indication; no other number is ever subscribed to.
+    static bool isKind(IOrvoIndication::IndicationType type) noexcept;
 
     /// Adds one subscription of `type`. `resultFilter` receives the class of `filter` and those properties
     /// whose count went from 0 to 1; it is left empty when the provider has nothing new to learn.
@@ -63,9 +70,10 @@ private:
         bool operator()(const ORVString& left, const ORVString& right) const noexcept;
     };
 
-    struct Kind {
-        unsigned int unfiltered = 0;
-        unsigned int filtered = 0;
+    /// The filtered subscriptions of one kind.
+    struct Filtered {
+        IOrvoIndication::IndicationType type;
+        unsigned int count = 0;
         ORVString className;
         /// How many filters name each property.
         std::map<ORVString, unsigned int, CaseBlind> properties;
@@ -73,12 +81,15 @@ private:
 
     static constexpr std::size_t kindCount = 9;
 
-    static void _unsubscribeFiltered(Kind& kind, const IOrvoSubscriptionFilter& filter,
-                                     IOrvoSubscriptionFilter& resultFilter, unsigned int& referenceCount);
-    Kind* _kindOf(IOrvoIndication::IndicationType type);
-    const Kind* _kindOf(IOrvoIndication::IndicationType type) const;
+    static std::size_t _indexOf(IOrvoIndication::IndicationType type) noexcept;
+    const Filtered* _filteredOf(IOrvoIndication::IndicationType type) const;
+    Filtered* _filteredOf(IOrvoIndication::IndicationType type);
+    void _unsubscribeFiltered(IOrvoIndication::IndicationType type, const IOrvoSubscriptionFilter& filter,
+                              IOrvoSubscriptionFilter& resultFilter, unsigned int& referenceCount);
     ORVSmrPtr<IOrvoSubscriptionFilter> _filterOf(IOrvoIndication::IndicationType type) const;
     unsigned int _countOf(IOrvoIndication::IndicationType type) const;
 
-    std::array<Kind, kindCount> _kinds;
+    std::array<unsigned int, kindCount> _unfiltered{};
+    /// The kinds that have filtered subscriptions: mostly none.
+    std::forward_list<Filtered> _filtered;
 };

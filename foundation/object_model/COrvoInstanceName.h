@@ -1,8 +1,15 @@
 #pragma once
 
 #include "foundation/object_model/IOrvoInstanceName.h"
+#include "foundation/utilities/MadeOnce.h"
+
+#include <cstddef>
+#include <string>
 
 /// The one implementation of IOrvoInstanceName.
+///
+/// There may be millions of names, nearly all of them with keys that are strings: such a name keeps its text
+/// only, and reads the list of its keys from it when somebody first asks for them.
 class VELM_EXPORT COrvoInstanceName : public IOrvoInstanceName {
 public:
     using KeyBindings = ORVValSlist<COrvoKeyBinding>;
@@ -28,9 +35,11 @@ public:
     ORVString toString() const override;
 
 private:
+    void _setText(const std::string& text, std::size_t keysStart);
+
     ORVString _nameSpace;
     ORVString _className;
-    ORVSmrPtr<KeyBindings> _keys;
-    ORVString _keyProperties;
+    /// With the key properties as its tail.
     ORVString _text;
+    velm::MadeOnce<KeyBindings> _keys;
 };

@@ -10,7 +10,7 @@ public:
     COrvoObject(const ORVString& className, const ORVSmrPtr<IOrvoInstanceName>& instanceName);
 
     /// A copy of `other`. With `deep` embedded instances are copied too, otherwise they are shared with
-    /// `other`; values and names are immutable and always shared.
+    /// `other`; values, names and properties are immutable and shared.
     COrvoObject(const IOrvoObject& other, bool deep);
     ~COrvoObject() override;
 
@@ -24,9 +24,14 @@ public:
     ORVSmrPtr<IOrvoProperty> getProperty(unsigned int position) const override;
     ORVSmrPtr<IOrvoProperty> getProperty(const ORVString& name) const override;
 
+    /// All properties in their order, lent until the object changes.
+    const std::vector<ORVSmrPtr<IOrvoProperty>>& properties() const noexcept { return _properties; }
+
 private:
     ORVString _className;
     ORVSmrPtr<IOrvoInstanceName> _instanceName;
     std::vector<ORVSmrPtr<IOrvoProperty>> _properties;
     std::size_t _referenceCount = 0;
+    /// Whether some property may hold embedded instances, which a deep copy does not share.
+    bool _hasInstances = false;
 };

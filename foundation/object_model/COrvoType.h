@@ -35,6 +35,9 @@ public:
     bool isReference() const override;
     bool isArray() const override;
 
+    /// The same as getName(), lent for as long as this object lives.
+    const ORVString& name() const noexcept { return _name; }
+
 private:
     ORVString _name;
     bool _isReference;

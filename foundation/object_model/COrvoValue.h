@@ -5,7 +5,9 @@
 #include "foundation/object_model/IOrvoObject.h"
 #include "foundation/object_model/IOrvoValue.h"
 
-#include <string>
+#include <array>
+#include <cstdint>
+#include <string_view>
 #include <variant>
 
 /// The one implementation of IOrvoValue.
@@ -56,6 +58,16 @@ public:
     ORVSmrPtr<ORVValSlist<ORVSmrPtr<IOrvoValue>>> getElements() const override;
     ORVString toString() const override;
 
+    /// The same as getType(), lent for as long as this object lives.
+    const ORVSmrPtr<IOrvoType>& type() const noexcept { return _type; }
+
+    using Digits = std::array<char, 24>;
+
+    /// The text of toString() where it is at hand: that of a string, char16, datetime, boolean or integer
+    /// value, the last written into `digits`. Valid as long as this object and `digits`. The null view for
+    /// other contents.
+    std::string_view lentText(Digits& digits) const noexcept;
+
 private:
     using Content = std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, ORVString,
                                  ORVSmrPtr<IOrvoInstanceName>, ORVSmrPtr<IOrvoObject>, Elements>;
@@ -65,7 +77,7 @@ private:
     template <class Integer>
     VELM_HIDDEN static Content _integer(Integer value, const ORVSmrPtr<IOrvoType>& type);
     static Content _real(double value, const ORVSmrPtr<IOrvoType>& type);
-    static Content _parsed(const ORVString& text, const std::string& type);
+    static Content _parsed(const ORVString& text, std::string_view type);
 
     template <class T>
     VELM_HIDDEN const T& _get(const char* wanted) const;

@@ -36,6 +36,8 @@ public:
     virtual ~CSubscriber();
 
     ORVSmrPtr<CSubscriberID> getSubscriberID() const { return _subscriberID; }
+    /// The identity in place, as long as the subscriber lives; null when it was given none.
+    const CSubscriberID* identity() const noexcept { return _subscriberID.Get(); }
     ORVString getLocalHostName() const { return _localHostName; }
     ORVString getLocalPortNumber() const { return _localPortNumber; }
     ORVSmrPtr<CSubscriberNetworkConnection> getNetworkConnection() const { return _connection; }
@@ -76,6 +78,8 @@ private:
     std::atomic<std::uint64_t> _droppedCount{0};
 
     std::mutex _queueLock;
-    IndicationList _queue;
+    ORVValSlist<ORVSmrPtr<IOrvoIndication>> _queue;
     std::uint64_t _droppedInBurst = 0;
+    /// Whether the queue is worth a look: an idle subscriber is asked every second.
+    std::atomic<bool> _hasQueued{false};
 };

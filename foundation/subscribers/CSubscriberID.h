@@ -24,8 +24,13 @@ public:
         return !(left == right);
     }
 
+    friend VELM_EXPORT std::uint32_t hashKeySubscriberID(const CSubscriberID& id) noexcept;
+
 private:
     ORVString _hostName;
     ORVString _portNumber;
     std::uint32_t _sessionID;
 };
+
+/// A hash that goes with operator==: the letter case of the host is ignored. Allocates nothing.
+VELM_EXPORT std::uint32_t hashKeySubscriberID(const CSubscriberID& id) noexcept;

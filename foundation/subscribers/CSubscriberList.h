@@ -4,6 +4,7 @@
 #include "foundation/handles/ORVSmrPtr.h"
 #include "foundation/object_model/IOrvoInstanceName.h"
 #include "foundation/subscribers/CSubscriberTableEntry.h"
+#include "foundation/subscribers/SubscriberIndex.h"
 
 /// The rows of one instance name, or of one class.
 ///
@@ -24,7 +25,8 @@ public:
     /// The first row whose subscriber has this identity; a null handle when there is none.
     ORVSmrPtr<CSubscriberTableEntry> lookup(const CSubscriberID& subscriberID) const;
 
-    /// The rows in order of addition; the list itself, not a copy.
+    /// The rows in order of addition; the list itself, not a copy. Rows come and go through addEntry() and
+    /// removeEntry() only.
     EntryList getList() const { return _entries; }
     ORVSmrPtr<IOrvoInstanceName> getInstanceName() const { return _instanceName; }
     bool isEmpty() const { return _entries->isEmpty(); }
@@ -33,6 +35,11 @@ public:
     virtual bool notify(ORVSmrPtr<IOrvoIndication> indication);
 
 private:
+    using Rows = ORVValSlist<ORVSmrPtr<CSubscriberTableEntry>>;
+
+    Rows::iterator _find(const CSubscriberID& id) const;
+
     ORVSmrPtr<IOrvoInstanceName> _instanceName;
     EntryList _entries;
+    SubscriberIndex<CSubscriberTableEntry> _index;
 };

@@ -14,7 +14,7 @@
 /// string reads as empty text everywhere else. Text is UTF-8 by convention; nothing here checks it.
 ///
 /// Threads: strings that share a buffer may be used and released on different threads; one string must not be
-/// assigned while another thread uses it. Failure: only std::bad_alloc.
+/// assigned while another thread uses it. Failure: only std::bad_alloc, also for a text of 1 GiB or more.
 class VELM_EXPORT ORVString {
 public:
     enum CompareMode { caseSensitive, caseInsensitive };
@@ -33,7 +33,15 @@ public:
     ORVString& operator=(ORVString&& other) noexcept;
     ORVString& operator=(const char* text);
 
-    bool isNull() const noexcept { return _buffer == nullptr; }
+    /// A copy of `text` whose end, from `tailStart` on, is a string too: tail() gives it without a buffer of
+    /// its own. Requires: `tailStart` is not above the length.
+    static ORVString withTail(std::string_view text, std::size_t tailStart);
+
+    /// The tail of a text made by withTail(), which shares its buffer and allocates nothing; the null string
+    /// for any other text.
+    ORVString tail() const noexcept;
+
+    bool isNull() const noexcept { return _text == nullptr; }
     /// The number of bytes; 0 for the null string.
     std::size_t length() const noexcept;
 
@@ -45,6 +53,9 @@ public:
 
     /// Negative, 0 or positive as this text stands before, with or after `text`, byte by byte.
     int compareTo(const ORVString& text, CompareMode mode = caseSensitive) const noexcept;
+
+    /// compareTo(text, caseInsensitive) == 0, but a difference in length or known hash is seen first.
+    bool equalsIgnoringCase(const ORVString& text) const noexcept;
 
     /// Concatenation; like operator+ it never gives a null string.
     ORVString& operator+=(const ORVString& text);
@@ -66,15 +77,18 @@ public:
     friend VELM_EXPORT std::uint32_t hashKeyORVStringToLower(const ORVString& key) noexcept;
 
 private:
+    struct Text;
     struct Buffer;
 
-    explicit ORVString(Buffer* buffer) noexcept : _buffer(buffer) {}
+    explicit ORVString(Text* text) noexcept : _text(text) {}
 
-    Buffer* _buffer = nullptr;
+    Text* _text = nullptr;
 };
 
-/// A hash of the bytes of `key`, computed once per buffer.
+/// A hash of the bytes of `key`, computed once per buffer and once per tail. Clients choose many of the keys
+/// and must not be able to choose their hashes: equal texts have other hashes in the next process.
 VELM_EXPORT std::uint32_t hashKeyORVString(const ORVString& key) noexcept;
 
-/// A hash that ignores the case of ASCII letters, computed once per buffer.
+/// A hash that ignores the case of ASCII letters: hashKeyORVString() of the text in lower case. Computed once
+/// per buffer.
 VELM_EXPORT std::uint32_t hashKeyORVStringToLower(const ORVString& key) noexcept;

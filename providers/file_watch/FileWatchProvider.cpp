@@ -6,11 +6,9 @@
 #include <algorithm>
 #include <filesystem>
 #include <sstream>
-#include <system_error>
 
 namespace velm::file_watch {
 
-using providers::ChangeInterest;
 using providers::describe;
 using providers::flag;
 using providers::isOneOf;
@@ -55,7 +53,7 @@ FileWatchProvider::FileWatchProvider(const ProviderContext& context)
     if (_directories.empty()) {
         _reporter.log("There is no directory to watch");
     }
-    _thread.start("file_watch", _inotify.descriptor(), [this] { return _turn(); });
+    _thread.start("file_watch", {_inotify.descriptor(), _paths.descriptor()}, [this] { return _turn(); });
 }
 
 FileWatchProvider::~FileWatchProvider() {
@@ -64,18 +62,25 @@ FileWatchProvider::~FileWatchProvider() {
 }
 
 void FileWatchProvider::_watch(const std::string& path) {
-    try {
-        _directories.push_back(
-            std::make_unique<WatchedDirectory>(absolutePath(path), _model, _reporter, _inotify));
-        _reporter.log("Watching the directory '" + ORVString(_directories.back()->path()) + "'");
-    } catch (const std::system_error& failure) {
-        _reporter.log("Left out a directory: " + ORVString(failure.what()), OrvoTraceLog::SeverityError);
+    const std::string absolute = absolutePath(path);
+    if (_directoryAt(absolute)) {
+        _reporter.log("The directory '" + ORVString(absolute) + "' is named twice",
+                      OrvoTraceLog::SeverityWarning);
+        return;
     }
+    _directories.push_back(std::make_unique<WatchedDirectory>(absolute, _model, _reporter, _inotify));
+    _paths.follow(absolute);
+    _directories.back()->begin();
+}
+
+void FileWatchProvider::_look(WatchedDirectory& directory) {
+    _paths.follow(directory.path());
+    directory.examine();
 }
 
 WatchedDirectory* FileWatchProvider::_directoryOf(int watch) const {
     for (const auto& directory : _directories) {
-        if (directory->isPresent() && directory->watchNumber() == watch) {
+        if (directory->isWatchedBy(watch)) {
             return directory.get();
         }
     }
@@ -84,7 +89,7 @@ WatchedDirectory* FileWatchProvider::_directoryOf(int watch) const {
 
 WatchedDirectory* FileWatchProvider::_directoryAt(const std::string& path) const {
     for (const auto& directory : _directories) {
-        if (directory->isPresent() && directory->path() == path) {
+        if (directory->path() == path) {
             return directory.get();
         }
     }
@@ -190,11 +195,11 @@ ORVSmrPtr<IOrvoObject> FileWatchProvider::getInstance(const ORVString& /*nameSpa
     }
     if (const WatchedDirectory* directory = _directoryNamed(instanceName)) {
         const auto state = FileState::ofDirectory(directory->path());
-        return state ? _model.directory(directory->name(), state) : nullptr;
+        return directory->isPresent() && state ? _model.directory(directory->name(), state) : nullptr;
     }
     const auto file = _fileNamed(instanceName);
     const auto place = file ? file : _containmentNamed(instanceName);
-    if (!place) {
+    if (!place || !place->directory.isPresent()) {
         return nullptr;
     }
     const std::string path = place->directory.pathOf(place->file);
@@ -271,6 +276,7 @@ void FileWatchProvider::onChanged(int watch, std::string_view name) {
 void FileWatchProvider::onGone(int watch) {
     if (WatchedDirectory* directory = _directoryOf(watch)) {
         directory->gone();
+        _look(*directory);
     }
 }
 
@@ -298,6 +304,9 @@ WatcherThread::Patience FileWatchProvider::_turn() noexcept {
 
 void FileWatchProvider::_work() {
     _inotify.read(*this);
+    for (const std::string& path : _paths.read()) {
+        _look(*_directoryAt(path));
+    }
     if (_rescanDue && *_rescanDue <= Clock::now()) {
         for (const auto& directory : _directories) {
             directory->rescan();

@@ -4,6 +4,7 @@
 #include "foundation/services/ProviderEntry.h"
 #include "providers/file_watch/FileModel.h"
 #include "providers/file_watch/Inotify.h"
+#include "providers/file_watch/PathWatch.h"
 #include "providers/file_watch/WatchedDirectory.h"
 #include "providers/support/Reporter.h"
 #include "providers/support/WatcherThread.h"
@@ -19,15 +20,18 @@ namespace velm::file_watch {
 /// Reports what happens to the regular files of some directories, not to those below them.
 ///
 /// From the moment it is loaded: creation and destruction of CIM_DataFile, and of the
-/// CIM_DirectoryContainsFile between a directory and a file; destruction of a CIM_Directory. While somebody
-/// is registered for it, by instance or by class: change of CIM_DataFile, with the names of the properties
-/// that changed, when a writer closes the file or its attributes change, and up to ten times a second while
-/// it is written to. Nobody registered, writing to files costs nothing here.
+/// CIM_DirectoryContainsFile between a directory and a file; creation and destruction of a CIM_Directory.
+/// While somebody is registered for it, by instance or by class: change of CIM_DataFile, with the names of
+/// the properties that changed, when a writer closes the file or its attributes change, and up to ten times a
+/// second while it is written to. Nobody registered, writing to files costs nothing here.
 ///
 /// A rename is a destruction and a creation; a file replaced by a rename or while nobody looked is a change.
 /// A destruction carries the properties as they were last seen. When the kernel drops events, a line says so
-/// and the directories are compared with what was reported of them. A directory that is removed, moved or
-/// unmounted stays gone until the provider is loaded again.
+/// and the directories are compared with what was reported of them.
+///
+/// A directory need not be there. One that comes is reported, and then the files in it; when it is removed,
+/// moved or unmounted, or something else takes its place, all that was in it is destroyed, and the provider
+/// waits for the next. PathWatch tells what is not noticed.
 ///
 /// Names may hold any bytes; keyTextOf() says how those that are not UTF-8 are written. What is asked for,
 /// getInstance and enumerateInstanceNames, is answered from the disk.
@@ -38,7 +42,7 @@ namespace velm::file_watch {
 class FileWatchProvider : public IProvider, private DirectoryListener {
 public:
     /// `context.argument`: the directories, parted by ':', whose names therefore hold none; empty for none.
-    /// One that cannot be watched is logged and left out.
+    /// One that is there and cannot be watched is logged, and left out until its path changes.
     explicit FileWatchProvider(const ProviderContext& context);
     ~FileWatchProvider() override;
 
@@ -76,6 +80,8 @@ private:
     void onOverflow() override;
 
     void _watch(const std::string& path);
+    /// Something has changed on the path to the directory.
+    void _look(WatchedDirectory& directory);
     WatchedDirectory* _directoryOf(int watch) const;
     WatchedDirectory* _directoryAt(const std::string& path) const;
     /// The directory, file or containment that `name` names; nothing when it is of another class or place.
@@ -98,6 +104,7 @@ private:
     const ORVString _nameSpace;
     providers::Reporter _reporter;
     Inotify _inotify;
+    PathWatch _paths;
     std::vector<std::unique_ptr<WatchedDirectory>> _directories;
 
     /// When to do what was put off; the watcher's thread only.

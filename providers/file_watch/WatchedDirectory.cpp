@@ -7,7 +7,13 @@
 
 namespace velm::file_watch {
 
-using providers::ChangeInterest;
+namespace {
+
+bool isMissing(const std::error_code& failure) {
+    return failure == std::errc::no_such_file_or_directory || failure == std::errc::not_a_directory;
+}
+
+}  // namespace
 
 WatchedDirectory::WatchedDirectory(std::string path, const FileModel& model,
                                    const providers::Reporter& reporter, Inotify& inotify)
@@ -15,18 +21,49 @@ WatchedDirectory::WatchedDirectory(std::string path, const FileModel& model,
       _model(model),
       _name(model.directoryName(_path)),
       _reporter(reporter),
-      _inotify(inotify),
-      _watch(inotify.add(_path, Inotify::entriesOnly)) {
+      _inotify(inotify) {
+}
+
+void WatchedDirectory::begin() {
+    if (const std::error_code failure = _open()) {
+        if (isMissing(failure)) {
+            _reporter.log("There is no directory '" + ORVString(_path) + "'; waiting for it");
+        }
+        return;
+    }
     try {
         for (const std::string& file : readFileNames()) {
             if (const auto state = FileState::ofFile(pathOf(file))) {
                 _add(file, *state);
             }
         }
-    } catch (...) {
+        _reporter.log("Watching the directory '" + ORVString(_path) + "'");
+    } catch (const std::system_error& failure) {
+        _isPresent = false;
         _inotify.remove(_watch);
-        throw;
+        _logLeftOut(failure);
     }
+}
+
+void WatchedDirectory::_logLeftOut(const std::system_error& failure) const noexcept {
+    _reporter.log("Left out a directory: " + ORVString(failure.what()), OrvoTraceLog::SeverityError);
+}
+
+std::error_code WatchedDirectory::_open() {
+    try {
+        const Inotify::Watch watch = _inotify.add(_path, Inotify::entriesOnly);
+        const std::lock_guard guard(_lock);
+        _watch = watch;
+        _extent = Inotify::entriesOnly;
+        _isPresent = true;
+        _applyInterest();
+    } catch (const std::system_error& failure) {
+        if (!isMissing(failure.code())) {
+            _logLeftOut(failure);
+        }
+        return failure.code();
+    }
+    return {};
 }
 
 std::string WatchedDirectory::pathOf(std::string_view file) const {
@@ -37,7 +74,7 @@ std::vector<std::string> WatchedDirectory::readFileNames() const {
     std::vector<std::string> names;
     std::error_code failure;
     const std::filesystem::directory_iterator entries(_path, failure);
-    if (failure && failure != std::errc::no_such_file_or_directory) {
+    if (failure && !isMissing(failure)) {
         throw std::filesystem::filesystem_error("cannot read", _path, failure);
     }
     for (const auto& entry : entries) {
@@ -190,9 +227,12 @@ void WatchedDirectory::gone() {
     }
     _inotify.remove(_watch);
     _reporter.log("The directory '" + ORVString(_path) + "' is gone", OrvoTraceLog::SeverityWarning);
+    _written.clear();
     std::unique_lock guard(_lock);
-    _interest.clear();
     const auto files = std::exchange(_files, {});
+    for (const auto& [file, state] : files) {
+        _interest.forget(file);
+    }
     guard.unlock();
     for (const auto& [file, state] : files) {
         if (_reporter.isClosed()) {
@@ -203,17 +243,33 @@ void WatchedDirectory::gone() {
     _reporter.destroyed(_model.directory(_name, std::nullopt));
 }
 
-bool WatchedDirectory::_isStillWatched() {
-    const std::lock_guard guard(_lock);
-    return _inotify.change(_watch, _path, _extent);
+bool WatchedDirectory::_isStillWatched() noexcept {
+    try {
+        const std::lock_guard guard(_lock);
+        return _inotify.change(_watch, _path, _extent);
+    } catch (...) {
+        _reporter.log(providers::currentFailure(), OrvoTraceLog::SeverityError);
+        return true;
+    }
+}
+
+void WatchedDirectory::examine() {
+    if (_isPresent && !_isStillWatched()) {
+        gone();
+    }
+    if (_isPresent || _open()) {
+        return;
+    }
+    _reporter.log("The directory '" + ORVString(_path) + "' has come");
+    _reporter.created(_model.directory(_name, FileState::ofDirectory(_path)));
+    for (const std::string& file : readFileNames()) {
+        appeared(file);
+    }
 }
 
 void WatchedDirectory::rescan() {
+    examine();
     if (!_isPresent) {
-        return;
-    }
-    if (!_isStillWatched()) {
-        gone();
         return;
     }
     std::vector<std::string> present = readFileNames();

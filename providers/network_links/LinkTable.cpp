@@ -4,8 +4,6 @@
 
 namespace velm::network_links {
 
-using providers::ChangeInterest;
-
 LinkTable::LinkTable(const LinkModel& model, const providers::Reporter& reporter, ReadSpeed readSpeed,
                      const NetworkState& present)
     : _model(model), _reporter(reporter), _readSpeed(std::move(readSpeed)) {

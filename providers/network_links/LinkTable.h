@@ -1,9 +1,9 @@
 #pragma once
 
+#include "foundation/services/ChangeInterest.h"
 #include "providers/network_links/LinkModel.h"
 #include "providers/network_links/RouteMessages.h"
 #include "providers/network_links/RouteSocket.h"
-#include "providers/support/ChangeInterest.h"
 #include "providers/support/Reporter.h"
 
 #include <functional>
@@ -42,11 +42,11 @@ public:
     /// Any thread: counts who wants changes of a port or endpoint by its key, or of
     /// ChangeInterest::everything. What changed before the call is no change. Interest in one object ends
     /// with the object.
-    void startPortChanges(std::string_view deviceID, const providers::ChangeInterest::Filter& filter);
-    void startEndpointChanges(std::string_view name, const providers::ChangeInterest::Filter& filter);
+    void startPortChanges(std::string_view deviceID, const ChangeInterest::Filter& filter);
+    void startEndpointChanges(std::string_view name, const ChangeInterest::Filter& filter);
     /// Answer false when nobody had asked.
-    bool stopPortChanges(std::string_view deviceID, const providers::ChangeInterest::Filter& filter);
-    bool stopEndpointChanges(std::string_view name, const providers::ChangeInterest::Filter& filter);
+    bool stopPortChanges(std::string_view deviceID, const ChangeInterest::Filter& filter);
+    bool stopEndpointChanges(std::string_view name, const ChangeInterest::Filter& filter);
 
     /// The watcher's thread only: what the kernel told, and all that is there after it lost some of that.
     void apply(const RouteEvent& event);
@@ -80,8 +80,8 @@ private:
     /// Guarded by _lock. Every address is that of a known link.
     std::map<int, Port> _links;
     std::map<AddressKey, Address> _addresses;
-    providers::ChangeInterest _portInterest;
-    providers::ChangeInterest _endpointInterest;
+    ChangeInterest _portInterest;
+    ChangeInterest _endpointInterest;
 };
 
 }  // namespace velm::network_links

@@ -61,7 +61,7 @@ NetworkLinksProvider::NetworkLinksProvider(const ProviderContext& context)
           _model, _reporter,
           [this](const std::string& linkName) { return readLinkSpeed(_socket.descriptor(), linkName); },
           readNetworkState()) {
-    _thread.start("network_links", _socket.descriptor(), [this] { return _turn(); });
+    _thread.start("network_links", {_socket.descriptor()}, [this] { return _turn(); });
     _reporter.log("Watching the network links");
 }
 

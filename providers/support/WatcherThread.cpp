@@ -42,9 +42,9 @@ WatcherThread::~WatcherThread() {
     ::close(_stopEvent);
 }
 
-void WatcherThread::start(const std::string& name, int descriptor, Turn turn) {
+void WatcherThread::start(const std::string& name, const std::vector<int>& descriptors, Turn turn) {
     const BlockedSignals blocked;
-    _thread = std::thread([this, descriptor, turn = std::move(turn)] { _run(descriptor, turn); });
+    _thread = std::thread([this, descriptors, turn = std::move(turn)] { _run(descriptors, turn); });
     pthread_setname_np(_thread.native_handle(), name.c_str());
 }
 
@@ -55,11 +55,14 @@ void WatcherThread::stop() noexcept {
     }
 }
 
-void WatcherThread::_run(int descriptor, const Turn& turn) const {
-    pollfd waits[] = {{_stopEvent, POLLIN, 0}, {descriptor, POLLIN, 0}};
+void WatcherThread::_run(const std::vector<int>& descriptors, const Turn& turn) const {
+    std::vector<pollfd> waits{{_stopEvent, POLLIN, 0}};
+    for (const int descriptor : descriptors) {
+        waits.push_back({descriptor, POLLIN, 0});
+    }
     Patience patience{0};
     while (true) {
-        const int ready = poll(waits, 2, static_cast<int>(patience.count()));
+        const int ready = poll(waits.data(), waits.size(), static_cast<int>(patience.count()));
         if (ready > 0 && waits[0].revents != 0) {
             return;
         }

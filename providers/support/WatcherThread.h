@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace velm::providers {
 
@@ -24,15 +25,15 @@ public:
     WatcherThread& operator=(const WatcherThread&) = delete;
     ~WatcherThread();
 
-    /// Takes turns from now on: one at once, then one whenever `descriptor` has something to read or the time
-    /// has come. `name` is that of the thread, 15 characters at the most. Requires: called once.
-    void start(const std::string& name, int descriptor, Turn turn);
+    /// Takes turns from now on: one at once, then one whenever one of `descriptors` has something to read or
+    /// the time has come. `name` is that of the thread, 15 characters at the most. Requires: called once.
+    void start(const std::string& name, const std::vector<int>& descriptors, Turn turn);
 
     /// Waits for the turn under way; none follows. Harmless when repeated, or without a start.
     void stop() noexcept;
 
 private:
-    void _run(int descriptor, const Turn& turn) const;
+    void _run(const std::vector<int>& descriptors, const Turn& turn) const;
 
     const int _stopEvent;
     std::thread _thread;

@@ -9,7 +9,6 @@
 #include <charconv>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include <fmt/format.h>
 
@@ -60,14 +59,14 @@ public:
 
     void startElement(std::string_view name, const velm::XMLAttributes& attributes) override {
         const Step* step = _skipped == 0 ? _findStep(name) : nullptr;
-        if (_path.empty() && !step) {
+        if (_depth == 0 && !step) {
             fail("the document is no CIM message");
         }
         if (!step || !_enter(step->child, attributes)) {
             ++_skipped;
             return;
         }
-        _path.push_back(step->child);
+        _path[_depth++] = step->child;
     }
 
     void endElement(std::string_view) override {
@@ -75,12 +74,11 @@ public:
             --_skipped;
             return;
         }
-        _leave(_path.back());
-        _path.pop_back();
+        _leave(_path[--_depth]);
     }
 
     void characters(std::string_view text) override {
-        if (_skipped == 0 && !_path.empty() && _path.back() == Place::value) {
+        if (_skipped == 0 && _place() == Place::value) {
             _text += text;
         }
     }
@@ -90,6 +88,7 @@ public:
     const ORVSmrPtr<ORVCIMSimpleExpRsp>& simpleExpRsp() const { return _simpleExpRsp; }
 
 private:
+    Place _place() const { return _depth == 0 ? Place::document : _path[_depth - 1]; }
     const Step* _findStep(std::string_view name) const;
     bool _enter(Place place, const velm::XMLAttributes& attributes);
     void _leave(Place place);
@@ -97,22 +96,25 @@ private:
                        std::string_view major) const;
 
     const bool _checksVersions;
-    std::vector<Place> _path;
+    /// The elements that are open, the root first; each has a place of its own.
+    std::array<Place, steps.size()> _path{};
+    std::size_t _depth = 0;
+    /// Elements open inside one that is passed over; 0 outside.
     std::size_t _skipped = 0;
 
     std::string _text;
     ORVString _typeName;
     bool _hasMessage = false;
     ORVString _id;
-    ORVSmrPtr<IOrvoValue> _value;
-    ORVSmrPtr<ORVCIMReturnValue> _returnValue;
-    ORVSmrPtr<ORVCIMError> _error;
-    ORVSmrPtr<ORVCIMExpMethodResponse> _methodResponse;
-    ORVSmrPtr<ORVCIMSimpleExpRsp> _simpleExpRsp;
+    ORVSmrPtr<IOrvoValue> _value = ORVSmrPtr<IOrvoValue>::none();
+    ORVSmrPtr<ORVCIMReturnValue> _returnValue = ORVSmrPtr<ORVCIMReturnValue>::none();
+    ORVSmrPtr<ORVCIMError> _error = ORVSmrPtr<ORVCIMError>::none();
+    ORVSmrPtr<ORVCIMExpMethodResponse> _methodResponse = ORVSmrPtr<ORVCIMExpMethodResponse>::none();
+    ORVSmrPtr<ORVCIMSimpleExpRsp> _simpleExpRsp = ORVSmrPtr<ORVCIMSimpleExpRsp>::none();
 };
 
 const Step* MessageReader::_findStep(std::string_view name) const {
-    const Place parent = _path.empty() ? Place::document : _path.back();
+    const Place parent = _place();
     for (const Step& step : steps) {
         if (step.parent == parent && step.name == name) {
             return &step;
@@ -181,8 +183,11 @@ void MessageReader::_leave(Place place) {
 
 void MessageReader::_checkVersion(const velm::XMLAttributes& attributes, std::string_view name,
                                   std::string_view major) const {
+    if (!_checksVersions) {
+        return;
+    }
     const ORVString version = attributes.value(name);
-    if (_checksVersions && !version.view().starts_with(major)) {
+    if (!version.view().starts_with(major)) {
         fail(fmt::format("{} is \"{}\" where {}x is understood", name, version.view(), major));
     }
 }

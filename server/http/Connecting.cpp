@@ -2,15 +2,23 @@
 
 #include "foundation/utilities/OrvoBaseException.h"
 #include "server/http/Deadline.h"
+#include "server/http/SocketWait.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cstdint>
 #include <future>
+#include <poll.h>
 #include <string_view>
+#include <sys/socket.h>
+#include <sys/time.h>
 #include <thread>
+#include <unistd.h>
+#include <utility>
 #include <vector>
 
-#include <boost/asio/connect.hpp>
+#include <boost/asio/error.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <fmt/format.h>
@@ -98,30 +106,70 @@ Endpoints resolve(const Attempt& attempt) {
     return notAnAddress ? resolveName(attempt, port) : Endpoints{tcp::endpoint(address, port)};
 }
 
+/// A new stream socket, closed at the end unless it was handed on. Negative when there is none to have.
+class OwnedSocket {
+public:
+    explicit OwnedSocket(int family) : _descriptor(::socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0)) {}
+    OwnedSocket(const OwnedSocket&) = delete;
+    OwnedSocket& operator=(const OwnedSocket&) = delete;
+    ~OwnedSocket() {
+        if (_descriptor >= 0) {
+            ::close(_descriptor);
+        }
+    }
+
+    int get() const { return _descriptor; }
+    int release() { return std::exchange(_descriptor, -1); }
+
+private:
+    int _descriptor;
+};
+
+/// Makes connect(2) give up at the deadline. Nothing else waits inside the socket.
+void limitConnecting(int socket, const Deadline& deadline) {
+    if (deadline.isNever()) {
+        return;
+    }
+    const int left = std::max(deadline.pollTimeout(), 1);
+    const timeval limit{left / 1000, (left % 1000) * 1000};
+    ::setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
+}
+
+/// 0 once `socket` is connected, otherwise the reason; EINPROGRESS when the deadline passed first.
+int connectBy(const Deadline& deadline, int socket, const tcp::endpoint& peer) {
+    limitConnecting(socket, deadline);
+    if (::connect(socket, peer.data(), static_cast<socklen_t>(peer.size())) == 0) {
+        return 0;
+    }
+    if (errno != EINPROGRESS && errno != EINTR) {
+        return errno;
+    }
+    if (!waitUntilReady(socket, POLLOUT, deadline)) {
+        return EINPROGRESS;
+    }
+    int error = 0;
+    socklen_t size = sizeof error;
+    ::getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size);
+    return error;
+}
+
 }  // namespace
 
 int connectSocket(const std::string& host, const std::string& port, long timeout) {
     const Attempt attempt{host, port, timeout};
-    const Endpoints endpoints = resolve(attempt);
-
-    asio::io_context loop(1);
-    tcp::socket socket(loop);
-    error_code outcome = asio::error::would_block;
-    asio::async_connect(socket, endpoints, [&](error_code error, const tcp::endpoint&) { outcome = error; });
-    if (attempt.deadline.isNever()) {
-        loop.run();
-    } else {
-        loop.run_until(attempt.deadline.time());
+    error_code failure = asio::error::not_found;
+    for (const tcp::endpoint& peer : resolve(attempt)) {
+        OwnedSocket socket(peer.protocol().family());
+        const int error = socket.get() < 0 ? errno : connectBy(attempt.deadline, socket.get(), peer);
+        if (error == 0) {
+            return socket.release();
+        }
+        if (error == EINPROGRESS) {
+            attempt.failLate();
+        }
+        failure.assign(error, boost::system::system_category());
     }
-    if (!loop.stopped()) {
-        socket.close(outcome);
-        loop.run();
-        attempt.failLate();
-    }
-    if (outcome) {
-        attempt.fail(outcome.message(), outcome.value());
-    }
-    return socket.release();
+    attempt.fail(failure.message(), failure.value());
 }
 
 }  // namespace velm

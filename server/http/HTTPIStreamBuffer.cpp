@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <utility>
 
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/error.hpp>
@@ -53,10 +54,12 @@ bool isEarlyEnd(error_code error) {
 
 }  // namespace
 
-const ORVGenericHTTPIStream::Buffer::Head& ORVGenericHTTPIStream::Buffer::readHead() {
+ORVGenericHTTPIStream::Buffer::Head ORVGenericHTTPIStream::Buffer::readHead() {
     setg(nullptr, nullptr, nullptr);
     _parser.reset();
-    const std::string head = velm::repairHead(_takeHead());
+    const std::string_view received = _awaitHead();
+    const std::string head = velm::repairHead(received);
+    _input.consume(received.size());
     _parser.emplace();
     _parser->header_limit(static_cast<std::uint32_t>(head.size() + 1));
     _parser->body_limit(boost::none);
@@ -66,10 +69,11 @@ const ORVGenericHTTPIStream::Buffer::Head& ORVGenericHTTPIStream::Buffer::readHe
         _parser.reset();
         _fail("head", error.message());
     }
-    return _parser->get().base();
+    return std::move(_parser->get().base());
 }
 
-std::string ORVGenericHTTPIStream::Buffer::_takeHead() {
+/// All of a head, which stays at the start of what is pending.
+std::string_view ORVGenericHTTPIStream::Buffer::_awaitHead() {
     std::size_t searched = 0;
     for (;;) {
         const std::size_t size = velm::findEndOfHead(_pending(), searched);
@@ -80,9 +84,7 @@ std::string ORVGenericHTTPIStream::Buffer::_takeHead() {
             _fail("head", fmt::format("it is longer than {} bytes", maxHeadSize));
         }
         if (size != std::string_view::npos) {
-            std::string head(_pending().substr(0, size));
-            _input.consume(size);
-            return head;
+            return _pending().substr(0, size);
         }
         searched = _pending().size();
         if (!_receiveMore()) {

@@ -22,9 +22,9 @@ public:
 
     explicit Buffer(ORVHTTPTransport& transport) : _transport(transport) {}
 
-    /// Reads the next head, 1xx included. The result is valid until the next call.
+    /// Reads the next head, 1xx included.
     /// Requires: the body of the response before was read to its end.
-    const Head& readHead();
+    Head readHead();
 
 protected:
     int_type underflow() override;
@@ -34,7 +34,7 @@ private:
 
     std::string_view _pending() const;
     bool _receiveMore();
-    std::string _takeHead();
+    std::string_view _awaitHead();
     std::size_t _readBody();
     [[noreturn]] void _fail(std::string_view part, std::string_view problem) const;
 

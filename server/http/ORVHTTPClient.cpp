@@ -6,7 +6,9 @@
 #include <memory>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <string>
 #include <sys/socket.h>
+#include <utility>
 
 #include <boost/beast/http/verb.hpp>
 #include <boost/url/parse.hpp>
@@ -33,6 +35,48 @@ void checkRequestLine(const ORVString& method, const ORVString& path) {
         throw ORVNetException("ORVHTTPClient::connect", ORVString(fmt::format("\"{} {}\" is no HTTP request",
                                                                               method.view(), path.view())));
     }
+}
+
+/// Whom a request goes to, and how it begins.
+struct Destination {
+    ORVString url;
+    ORVString method;
+    ORVString path;
+    bool closesConnection = false;
+    velm::HTTPTarget target;
+    std::string head;
+
+    bool isFor(const ORVString& wantedURL, const ORVString& wantedMethod, const ORVString& wantedPath,
+               bool isToBeClosed) const {
+        return !head.empty() && url == wantedURL && method == wantedMethod && path == wantedPath &&
+               closesConnection == isToBeClosed;
+    }
+};
+
+Destination makeDestination(const ORVString& url, const ORVString& method, const ORVString& path,
+                            bool closesConnection) {
+    velm::HTTPTarget target = velm::HTTPTarget::parse(url.view());
+    checkRequestLine(method, path);
+    std::string head = fmt::format(
+        "{} {} HTTP/1.1\r\n"
+        "Host: {}\r\n"
+        "Content-Type: application/xml; charset=utf-8\r\n"
+        "CIMExport: MethodRequest\r\n"
+        "CIMExportMethod: ExportIndication\r\n"
+        "{}",
+        method.view(), path.view(), target.authority, closesConnection ? "Connection: close\r\n" : "");
+    return {url, method, path, closesConnection, std::move(target), std::move(head)};
+}
+
+/// Indications come in batches for one listener: each thread keeps the last destination. Valid until the
+/// thread asks again.
+const Destination& destinationFor(const ORVString& url, const ORVString& method, const ORVString& path,
+                                  bool closesConnection) {
+    static thread_local Destination last;
+    if (!last.isFor(url, method, path, closesConnection)) {
+        last = makeDestination(url, method, path, closesConnection);
+    }
+    return last;
 }
 
 void switchOn(const ORVHTTPTransport& transport, int level, int option) {
@@ -65,21 +109,11 @@ ORVGenericHTTPIStream* ORVHTTPClient::connect(const ORVString& method, const ORV
                                               std::ostream** requestStream) {
     *requestStream = nullptr;
     disconnect();
-    const velm::HTTPTarget target = velm::HTTPTarget::parse(_url.view());
-    checkRequestLine(method, path);
-    _open(target.host, target.port);
+    const Destination& destination = destinationFor(_url, method, path, _closesConnection);
+    _open(destination.target.host, destination.target.port);
 
     auto request = std::make_unique<RequestStream>(_transport);
-    *request << fmt::format(
-        "{} {} HTTP/1.1\r\n"
-        "Host: {}\r\n"
-        "Content-Type: application/xml; charset=utf-8\r\n"
-        "CIMExport: MethodRequest\r\n"
-        "CIMExportMethod: ExportIndication\r\n",
-        method.view(), path.view(), target.authority);
-    if (_closesConnection) {
-        *request << "Connection: close\r\n";
-    }
+    request->write(destination.head.data(), static_cast<std::streamsize>(destination.head.size()));
     request->completeHeader();
 
     auto response = std::make_unique<ORVGenericHTTPIStream>(_transport);

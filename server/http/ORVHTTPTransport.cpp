@@ -3,6 +3,7 @@
 #include "foundation/utilities/OrvoBaseException.h"
 #include "server/http/Connecting.h"
 #include "server/http/Deadline.h"
+#include "server/http/SocketWait.h"
 
 #include <algorithm>
 #include <array>
@@ -18,11 +19,13 @@
 #include <sys/socket.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 #include <boost/asio/ip/tcp.hpp>
 #include <fmt/format.h>
 
 using velm::Deadline;
+using velm::waitUntilReady;
 
 namespace {
 
@@ -30,31 +33,26 @@ constexpr long defaultSendTimeout = 30000;
 
 enum class Outcome { done, late, broken };
 
-std::string describePeer(int socket) {
-    boost::asio::ip::tcp::endpoint peer;
+using Endpoint = boost::asio::ip::tcp::endpoint;
+
+/// Without a family when the socket has no peer.
+Endpoint peerOf(int socket) {
+    Endpoint peer;
     auto size = static_cast<socklen_t>(peer.capacity());
-    const bool isKnown = ::getpeername(socket, peer.data(), &size) == 0;
-    const int family = isKnown ? peer.data()->sa_family : AF_UNSPEC;
+    if (::getpeername(socket, peer.data(), &size) != 0) {
+        peer.data()->sa_family = AF_UNSPEC;
+    }
+    return peer;
+}
+
+std::string describe(const Endpoint& peer) {
+    const int family = peer.data()->sa_family;
     if (family != AF_INET && family != AF_INET6) {
         return "an unnamed peer";
     }
     std::ostringstream text;
     text << peer;
     return text.str();
-}
-
-/// False when the deadline passed first.
-bool waitUntilReady(int socket, short events, const Deadline& deadline) {
-    for (;;) {
-        pollfd watched{socket, events, 0};
-        const int count = ::poll(&watched, 1, deadline.pollTimeout());
-        if (count > 0 || (count < 0 && errno != EINTR)) {
-            return true;
-        }
-        if (count == 0 && deadline.hasPassed()) {
-            return false;
-        }
-    }
 }
 
 bool isTransient(int error) {
@@ -67,7 +65,7 @@ bool isTransient(int error) {
 /// under the same number. It is driven by plain system calls, which a sender, a receiver and a closer may
 /// make side by side; socket objects of Asio allow one of them at a time.
 struct ORVHTTPTransport::State {
-    explicit State(int connected) : socket(connected), peer(describePeer(connected)) {}
+    explicit State(int connected) : socket(connected), peer(peerOf(connected)) {}
 
     Outcome sendAll(std::string_view bytes, const Deadline& deadline) const;
     bool hasUnreadBytes() const;
@@ -78,7 +76,7 @@ struct ORVHTTPTransport::State {
     }
 
     const int socket;
-    const std::string peer;
+    const Endpoint peer;
     std::mutex sendTurn;
     std::atomic<bool> isClosed{false};
     std::atomic<bool> hasReceived{false};
@@ -108,11 +106,15 @@ bool ORVHTTPTransport::State::hasUnreadBytes() const {
 
 void ORVHTTPTransport::State::fail(const char* where, std::string_view action, std::string_view cause,
                                    int code) const {
-    throw ORVNetException(where, ORVString(fmt::format("{} {} failed: {}", action, peer, cause)), code);
+    throw ORVNetException(where, ORVString(fmt::format("{} {} failed: {}", action, describe(peer), cause)),
+                          code);
 }
 
 ORVHTTPTransport::ORVHTTPTransport(int socket) : _state(std::make_unique<State>(socket)) {
     ::fcntl(socket, F_SETFD, FD_CLOEXEC);
+}
+
+ORVHTTPTransport::ORVHTTPTransport(std::unique_ptr<State> state) : _state(std::move(state)) {
 }
 
 ORVHTTPTransport::~ORVHTTPTransport() {
@@ -121,8 +123,8 @@ ORVHTTPTransport::~ORVHTTPTransport() {
 
 std::unique_ptr<ORVHTTPTransport> ORVHTTPTransport::connect(const ORVString& host, const ORVString& port,
                                                             long timeout) {
-    return std::make_unique<ORVHTTPTransport>(
-        velm::connectSocket(std::string(host.view()), std::string(port.view()), timeout));
+    const int connected = velm::connectSocket(std::string(host.view()), std::string(port.view()), timeout);
+    return std::unique_ptr<ORVHTTPTransport>(new ORVHTTPTransport(std::make_unique<State>(connected)));
 }
 
 void ORVHTTPTransport::setSendTimeout(long milliseconds) {
@@ -203,9 +205,11 @@ void ORVHTTPTransport::closeAfterPeer(long milliseconds) noexcept {
     const Deadline deadline = Deadline::after(milliseconds);
     std::array<char, 4096> dropped;
     bool isOpen = milliseconds > 0 && _state->hasReceived && !_state->isClosed;
-    while (isOpen && !deadline.hasPassed() && waitUntilReady(_state->socket, POLLIN, deadline)) {
+    while (isOpen && !deadline.hasPassed()) {
+        // Most peers that close do it right behind their answer: there is nothing to wait for.
         const ssize_t size = ::recv(_state->socket, dropped.data(), dropped.size(), MSG_DONTWAIT);
-        isOpen = size > 0 || (size < 0 && isTransient(errno));
+        isOpen =
+            size > 0 || (size < 0 && isTransient(errno) && waitUntilReady(_state->socket, POLLIN, deadline));
     }
     close();
 }
@@ -215,5 +219,5 @@ int ORVHTTPTransport::nativeHandle() const noexcept {
 }
 
 ORVString ORVHTTPTransport::getPeer() const {
-    return ORVString(_state->peer);
+    return ORVString(describe(_state->peer));
 }

@@ -3,6 +3,7 @@
 #include "foundation/http/ORVHTTPCodes.h"
 
 #include <algorithm>
+#include <array>
 
 namespace velm {
 
@@ -13,15 +14,27 @@ constexpr std::string_view statusLineWithoutReason = "HTTP/1.1 200";
 constexpr std::string_view tokenCharacters =
     "!#$%&'*+-.^_`|~0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 
+constexpr auto tokenTable = [] {
+    std::array<bool, 256> table{};
+    for (const char character : tokenCharacters) {
+        table[static_cast<unsigned char>(character)] = true;
+    }
+    return table;
+}();
+
+bool isOfToken(char character) {
+    return tokenTable[static_cast<unsigned char>(character)];
+}
+
 bool isControl(char character) {
     const auto code = static_cast<unsigned char>(character);
     return (code < ' ' && code != '\t') || code == 0x7F;
 }
 
 bool isHeaderLine(std::string_view line) {
-    const std::size_t colon = line.find(':');
-    return colon != std::string_view::npos && colon > 0 && line.find_first_not_of(tokenCharacters) == colon &&
-           std::none_of(line.begin(), line.end(), isControl);
+    const auto colon = std::find_if_not(line.begin(), line.end(), isOfToken);
+    return colon != line.begin() && colon != line.end() && *colon == ':' &&
+           std::none_of(colon, line.end(), isControl);
 }
 
 /// Takes the first line off `text`.
@@ -54,7 +67,9 @@ std::size_t findEndOfHead(std::string_view bytes, std::size_t searched) {
 
 std::string repairHead(std::string_view head) {
     const std::string_view statusLine = takeLine(head);
-    std::string repaired(statusLine);
+    std::string repaired;
+    repaired.reserve(statusLine.size() + head.size() + std::size_t{8});
+    repaired += statusLine;
     if (statusLine.size() == statusLineWithoutReason.size()) {
         repaired += ' ';
     }

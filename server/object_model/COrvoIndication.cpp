@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <array>
 #include <string>
+#include <thread>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -30,6 +32,11 @@ ORVSmrPtr<IOrvoObject> copyOf(const ORVSmrPtr<IOrvoObject>& object) {
     return ORVSmrPtr<IOrvoObject>(new COrvoObject(*object, true));
 }
 
+void* contextOr(void* context, IOrvoIndication::IndicationType type) {
+    return context ? context
+                   : const_cast<IOrvoIndication::ReportedKind*>(&COrvoIndication::reportedKindOf(type));
+}
+
 /// Keys come from clients and providers: a line end among them must not start a second line in a log.
 std::string onOneLine(std::string_view text) {
     std::string result;
@@ -46,17 +53,47 @@ std::string onOneLine(std::string_view text) {
 
 }  // namespace
 
+class COrvoIndication::ClassNamesLock {
+public:
+    explicit ClassNamesLock(std::atomic_flag& flag) noexcept : _flag(flag) {
+        while (_flag.test_and_set(std::memory_order_acquire)) {
+            std::this_thread::yield();
+        }
+    }
+    ClassNamesLock(const ClassNamesLock&) = delete;
+    ClassNamesLock& operator=(const ClassNamesLock&) = delete;
+    ~ClassNamesLock() { _flag.clear(std::memory_order_release); }
+
+private:
+    std::atomic_flag& _flag;
+};
+
 COrvoIndication::COrvoIndication(ORVSmrPtr<IOrvoObject> object, IndicationType type,
                                  ORVSmrPtr<ORVValSlist<ORVString>> changedProperties, void* context,
                                  IndicationIntent intent, ORVSmrPtr<ORVValSlist<ORVString>> classNames,
                                  bool copiesObject)
-    : _object(copiesObject ? copyOf(object) : object),
+    : _object(copiesObject ? copyOf(object) : std::move(object)),
+      _changedProperties(std::move(changedProperties)),
+      _context(contextOr(context, type)),
+      _time(std::chrono::system_clock::now()),
       _type(type),
-      _changedProperties(changedProperties),
-      _context(context ? context : const_cast<ReportedKind*>(&reportedKindOf(type))),
       _intent(intent),
-      _classNames(classNames),
-      _time(std::chrono::system_clock::now()) {
+      _classNames(std::move(classNames)) {
+}
+
+COrvoIndication::COrvoIndication(const IOrvoIndication& reported, IndicationType type)
+    : _object(reported.getObject()),
+      _changedProperties(reported.getChangedProperties()),
+      _context(contextOr(reported.getContext(), type)),
+      _time(reported.getTime()),
+      _type(type),
+      _intent(IntentDeliver),
+      _classNames(ORVSmrPtr<ORVValSlist<ORVString>>::none()) {
+}
+
+ORVSmrPtr<IOrvoIndication> COrvoIndication::makeDelivery(const IOrvoIndication& reported,
+                                                         IndicationType type) {
+    return ORVSmrPtr<IOrvoIndication>(new COrvoIndication(reported, type));
 }
 
 COrvoIndication::~COrvoIndication() = default;
@@ -100,13 +137,14 @@ unsigned int COrvoIndication::getRoutingScope() const {
 }
 
 ORVSmrPtr<ORVValSlist<ORVString>> COrvoIndication::getClassNames() const {
-    const std::lock_guard lock(_classNamesLock);
+    const ClassNamesLock lock(_classNamesLock);
     return _classNames;
 }
 
 void COrvoIndication::setClassNames(const ORVSmrPtr<ORVValSlist<ORVString>>& classNames) {
-    const std::lock_guard lock(_classNamesLock);
-    _classNames = classNames;
+    ORVSmrPtr<ORVValSlist<ORVString>> former(classNames);
+    const ClassNamesLock lock(_classNamesLock);
+    std::swap(_classNames, former);
 }
 
 std::chrono::system_clock::time_point COrvoIndication::getTime() const {

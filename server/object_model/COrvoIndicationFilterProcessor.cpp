@@ -32,56 +32,78 @@ bool COrvoIndicationFilterProcessor::CaseBlind::operator()(const ORVString& left
 
 COrvoIndicationFilterProcessor::COrvoIndicationFilterProcessor() = default;
 
+COrvoIndicationFilterProcessor::COrvoIndicationFilterProcessor(IOrvoIndication::IndicationType type,
+                                                               unsigned int unfiltered) {
+    if (isKind(type)) {
+        _unfiltered[_indexOf(type)] = unfiltered;
+    }
+}
+
+bool COrvoIndicationFilterProcessor::isKind(IOrvoIndication::IndicationType type) noexcept {
+    return std::has_single_bit(static_cast<unsigned int>(type)) && _indexOf(type) < kindCount;
+}
+
+std::size_t COrvoIndicationFilterProcessor::_indexOf(IOrvoIndication::IndicationType type) noexcept {
+    return static_cast<std::size_t>(std::countr_zero(static_cast<unsigned int>(type)));
+}
+
 void COrvoIndicationFilterProcessor::subscribe(IOrvoIndication::IndicationType type,
                                                ORVSmrPtr<IOrvoSubscriptionFilter> filter,
                                                ORVSmrPtr<IOrvoSubscriptionFilter> resultFilter,
                                                unsigned int* referenceCount) {
-    Kind* kind = _kindOf(type);
-    if (!kind) {
+    if (!isKind(type)) {
         return;
     }
     if (filter.IsNull()) {
-        *referenceCount = ++kind->unfiltered;
+        *referenceCount = ++_unfiltered[_indexOf(type)];
         return;
     }
     resultFilter->setClassName(filter->getClassName());
-    kind->className = filter->getClassName();
+    Filtered* filtered = _filteredOf(type);
+    if (!filtered) {
+        filtered = &_filtered.emplace_front(Filtered{type, 0, {}, {}});
+    }
+    filtered->className = filter->getClassName();
     for (const auto& name : countedNames(*filter)) {
-        if (++kind->properties[name] == 1) {
+        if (++filtered->properties[name] == 1) {
             resultFilter->addProperty(name);
         }
     }
-    *referenceCount = ++kind->filtered;
+    *referenceCount = ++filtered->count;
 }
 
 void COrvoIndicationFilterProcessor::unsubscribe(IOrvoIndication::IndicationType type,
                                                  ORVSmrPtr<IOrvoSubscriptionFilter> filter,
                                                  ORVSmrPtr<IOrvoSubscriptionFilter> resultFilter,
                                                  unsigned int* referenceCount) {
-    Kind* kind = _kindOf(type);
-    if (!kind) {
+    if (!isKind(type)) {
         return;
     }
     if (!filter.IsNull()) {
-        _unsubscribeFiltered(*kind, *filter, *resultFilter, *referenceCount);
-    } else if (kind->unfiltered > 0) {
-        *referenceCount = --kind->unfiltered;
+        _unsubscribeFiltered(type, *filter, *resultFilter, *referenceCount);
+    } else if (unsigned int& count = _unfiltered[_indexOf(type)]; count > 0) {
+        *referenceCount = --count;
     }
 }
 
-void COrvoIndicationFilterProcessor::_unsubscribeFiltered(Kind& kind, const IOrvoSubscriptionFilter& filter,
+void COrvoIndicationFilterProcessor::_unsubscribeFiltered(IOrvoIndication::IndicationType type,
+                                                          const IOrvoSubscriptionFilter& filter,
                                                           IOrvoSubscriptionFilter& resultFilter,
                                                           unsigned int& referenceCount) {
+    Filtered* filtered = _filteredOf(type);
+    if (!filtered) {
+        return;
+    }
     bool isKnown = false;
     for (const auto& name : countedNames(filter)) {
-        auto property = kind.properties.find(name);
-        if (property == kind.properties.end()) {
+        auto property = filtered->properties.find(name);
+        if (property == filtered->properties.end()) {
             continue;
         }
         isKnown = true;
         if (--property->second == 0) {
             resultFilter.addProperty(property->first);
-            kind.properties.erase(property);
+            filtered->properties.erase(property);
         }
     }
     if (!isKnown) {
@@ -90,62 +112,68 @@ void COrvoIndicationFilterProcessor::_unsubscribeFiltered(Kind& kind, const IOrv
     resultFilter.setClassName(filter.getClassName());
     // A client may give back piece by piece what it subscribed at once: the subscription lasts while a
     // property does.
-    kind.filtered = kind.properties.empty() ? 0 : std::max(kind.filtered - 1, 1U);
-    referenceCount = kind.filtered;
+    filtered->count = filtered->properties.empty() ? 0 : std::max(filtered->count - 1, 1U);
+    referenceCount = filtered->count;
+    if (filtered->count == 0) {
+        _filtered.remove_if([filtered](const Filtered& each) { return &each == filtered; });
+    }
 }
 
 bool COrvoIndicationFilterProcessor::willTriggerNotification() const {
-    return std::any_of(_kinds.begin(), _kinds.end(),
-                       [](const Kind& kind) { return kind.unfiltered > 0 || !kind.properties.empty(); });
+    return std::any_of(_unfiltered.begin(), _unfiltered.end(),
+                       [](unsigned int count) { return count > 0; }) ||
+           std::any_of(_filtered.begin(), _filtered.end(),
+                       [](const Filtered& filtered) { return !filtered.properties.empty(); });
 }
 
 bool COrvoIndicationFilterProcessor::accepts(const IOrvoIndication& indication) const {
-    const Kind* kind = _kindOf(indication.getType());
-    if (!kind) {
+    const auto type = indication.getType();
+    if (!isKind(type)) {
         return false;
     }
-    if (kind->unfiltered > 0) {
+    if (_unfiltered[_indexOf(type)] > 0) {
         return true;
     }
-    if (kind->properties.empty()) {
+    const Filtered* filtered = _filteredOf(type);
+    if (!filtered || filtered->properties.empty()) {
         return false;
     }
-    auto changed = indication.getChangedProperties();
-    if (changed.IsNull() || changed->isEmpty() || kind->properties.contains(everyProperty())) {
+    const auto changed = indication.getChangedProperties();
+    if (changed.IsNull() || changed->isEmpty() || filtered->properties.contains(everyProperty())) {
         return true;
     }
     return std::any_of(changed->begin(), changed->end(),
-                       [kind](const ORVString& name) { return kind->properties.contains(name); });
+                       [filtered](const ORVString& name) { return filtered->properties.contains(name); });
 }
 
-COrvoIndicationFilterProcessor::Kind* COrvoIndicationFilterProcessor::_kindOf(
-    IOrvoIndication::IndicationType type) {
-    return const_cast<Kind*>(std::as_const(*this)._kindOf(type));
-}
-
-const COrvoIndicationFilterProcessor::Kind* COrvoIndicationFilterProcessor::_kindOf(
+const COrvoIndicationFilterProcessor::Filtered* COrvoIndicationFilterProcessor::_filteredOf(
     IOrvoIndication::IndicationType type) const {
-    auto bits = static_cast<unsigned int>(type);
-    auto index = static_cast<std::size_t>(std::countr_zero(bits));
-    return std::has_single_bit(bits) && index < _kinds.size() ? &_kinds[index] : nullptr;
+    const auto found = std::find_if(_filtered.begin(), _filtered.end(),
+                                    [type](const Filtered& filtered) { return filtered.type == type; });
+    return found == _filtered.end() ? nullptr : &*found;
+}
+
+COrvoIndicationFilterProcessor::Filtered* COrvoIndicationFilterProcessor::_filteredOf(
+    IOrvoIndication::IndicationType type) {
+    return const_cast<Filtered*>(std::as_const(*this)._filteredOf(type));
 }
 
 ORVSmrPtr<IOrvoSubscriptionFilter> COrvoIndicationFilterProcessor::_filterOf(
     IOrvoIndication::IndicationType type) const {
-    const Kind& kind = *_kindOf(type);
-    if (kind.properties.empty()) {
-        return nullptr;
+    const Filtered* filtered = _filteredOf(type);
+    if (!filtered || filtered->properties.empty()) {
+        return ORVSmrPtr<IOrvoSubscriptionFilter>::none();
     }
     ORVSmrPtr<IOrvoSubscriptionFilter> filter(new COrvoSubscriptionFilter);
-    filter->setClassName(kind.className);
-    for (const auto& [name, count] : kind.properties) {
+    filter->setClassName(filtered->className);
+    for (const auto& [name, count] : filtered->properties) {
         filter->addProperty(name);
     }
     return filter;
 }
 
 unsigned int COrvoIndicationFilterProcessor::_countOf(IOrvoIndication::IndicationType type) const {
-    return _kindOf(type)->unfiltered;
+    return _unfiltered[_indexOf(type)];
 }
 
 ORVSmrPtr<IOrvoSubscriptionFilter> COrvoIndicationFilterProcessor::getChangeFilter() const {

@@ -6,9 +6,10 @@
 #include "server/object_model/ValueText.h"
 
 #include <algorithm>
+#include <iterator>
 #include <string>
 #include <string_view>
-#include <utility>
+#include <typeinfo>
 #include <vector>
 
 #include <fmt/format.h>
@@ -27,7 +28,8 @@ ORVString withoutOuterSlashes(const ORVString& nameSpace) {
     if (first == std::string_view::npos) {
         return ORVString::emptyString();
     }
-    return text.substr(first, text.find_last_not_of('/') - first + 1);
+    auto inner = text.substr(first, text.find_last_not_of('/') - first + 1);
+    return inner.size() == text.size() ? nameSpace : ORVString(inner);
 }
 
 /// Two instances whose names could be read as each other's would share one text.
@@ -37,33 +39,59 @@ void refuseSeparators(const ORVString& name, const char* what, std::string_view 
     }
 }
 
-int compareNames(const COrvoKeyBinding& left, const COrvoKeyBinding& right) {
-    return left.name.compareTo(right.name, ORVString::caseInsensitive);
-}
-
-void refuseKey(const COrvoKeyBinding& key) {
-    if (key.name.length() == 0) {
+void refuseKeyName(const ORVString& name) {
+    if (name.length() == 0) {
         raise("a key has no name");
     }
-    refuseSeparators(key.name, "key name", ".:=,\"");
-    if (key.value.IsNull() || key.value->isNull()) {
-        raise(fmt::format("the key '{}' has no value", key.name.view()));
+    refuseSeparators(name, "key name", ".:=,\"");
+}
+
+void refuseKeyWithoutValue(const ORVString& name, bool hasNoValue) {
+    if (hasNoValue) {
+        raise(fmt::format("the key '{}' has no value", name.view()));
     }
 }
 
-ORVSmrPtr<KeyBindings> ordered(const KeyBindings& keys) {
-    std::vector<COrvoKeyBinding> sorted(keys.begin(), keys.end());
-    std::for_each(sorted.begin(), sorted.end(), refuseKey);
-    std::sort(sorted.begin(), sorted.end(),
-              [](const auto& left, const auto& right) { return compareNames(left, right) < 0; });
-    ORVSmrPtr<KeyBindings> result(new KeyBindings);
-    for (auto& key : sorted) {
-        if (!result->isEmpty() && compareNames(result->at(result->entries() - 1), key) == 0) {
-            raise(fmt::format("the key '{}' is named twice", key.name.view()));
-        }
-        result->append(std::move(key));
+int compareNames(const COrvoKeyBinding* left, const COrvoKeyBinding* right) {
+    return left->name.compareTo(right->name, ORVString::caseInsensitive);
+}
+
+using OrderedKeys = std::vector<const COrvoKeyBinding*>;
+
+OrderedKeys ordered(const KeyBindings& keys) {
+    OrderedKeys sorted;
+    sorted.reserve(keys.entries());
+    for (const auto& key : keys) {
+        refuseKeyName(key.name);
+        refuseKeyWithoutValue(key.name, key.value.IsNull() || key.value->isNull());
+        sorted.push_back(&key);
     }
-    return result;
+    std::sort(sorted.begin(), sorted.end(),
+              [](const auto* left, const auto* right) { return compareNames(left, right) < 0; });
+    auto twice = std::adjacent_find(sorted.begin(), sorted.end(), [](const auto* left, const auto* right) {
+        return compareNames(left, right) == 0;
+    });
+    if (twice != sorted.end()) {
+        raise(fmt::format("the key '{}' is named twice", (*std::next(twice))->name.view()));
+    }
+    return sorted;
+}
+
+/// Whether a value made from the text alone would be the same.
+bool isPlainString(const IOrvoValue& value) {
+    return typeid(value) == typeid(COrvoValue) && value.getType() == COrvoType::string;
+}
+
+bool arePlainStrings(const OrderedKeys& keys) {
+    return std::all_of(keys.begin(), keys.end(), [](const auto* key) { return isPlainString(*key->value); });
+}
+
+ORVSmrPtr<KeyBindings> listOf(const OrderedKeys& keys) {
+    ORVSmrPtr<KeyBindings> list(new KeyBindings);
+    for (const auto* key : keys) {
+        list->append(*key);
+    }
+    return list;
 }
 
 void appendQuoted(std::string_view text, std::string& target) {
@@ -92,21 +120,23 @@ void appendValue(const COrvoKeyBinding& key, std::string& target) {
     }
 }
 
-ORVString canonicalForm(const KeyBindings& keys) {
-    std::string result;
-    for (const auto& key : keys) {
-        result += result.empty() ? "" : ",";
-        result += key.name.view();
-        result += '=';
-        appendValue(key, result);
+void appendKeys(const OrderedKeys& keys, std::string& target) {
+    for (const auto* key : keys) {
+        target += key == keys.front() ? "" : ",";
+        target += key->name.view();
+        target += '=';
+        appendValue(*key, target);
     }
-    return std::string_view(result);
 }
 
-KeyBindings singleKey(const ORVString& name, const ORVString& value) {
-    KeyBindings keys;
-    keys.append({name, ORVSmrPtr<IOrvoValue>(new COrvoValue(value))});
-    return keys;
+/// The text up to the keys; `keyLength` is how much of them to expect.
+std::string textBeforeKeys(const ORVString& nameSpace, const ORVString& className, std::size_t keyLength) {
+    std::string text;
+    text.reserve(nameSpace.length() + className.length() + keyLength + sizeof(":.=''"));
+    text += nameSpace.view();
+    text += nameSpace.length() == 0 ? "" : ":";
+    text += className.view();
+    return text;
 }
 
 /// Walks a text form from left to right.
@@ -114,6 +144,7 @@ class Parser {
 public:
     explicit Parser(std::string_view text) : _text(text), _rest(text) {}
 
+    /// Of a whole name.
     ORVSmrPtr<IOrvoInstanceName> parse() {
         ORVString nameSpace = ORVString::emptyString();
         if (auto stop = _rest.find_first_of(":=\""); stop != std::string_view::npos && _rest[stop] == ':') {
@@ -127,13 +158,18 @@ public:
         KeyBindings keys;
         if (!_rest.empty()) {
             _skip('.');
-            keys.append(_key());
+            readKeys(keys);
         }
+        return ORVSmrPtr<IOrvoInstanceName>(new COrvoInstanceName(nameSpace, className, keys));
+    }
+
+    /// Of the keys, of which there is one at least.
+    void readKeys(KeyBindings& keys) {
+        keys.append(_key());
         while (!_rest.empty()) {
             _skip(',');
             keys.append(_key());
         }
-        return ORVSmrPtr<IOrvoInstanceName>(new COrvoInstanceName(nameSpace, className, keys));
     }
 
 private:
@@ -206,21 +242,36 @@ private:
 
 COrvoInstanceName::COrvoInstanceName(const ORVString& nameSpace, const ORVString& className,
                                      const KeyBindings& keys)
-    : _nameSpace(withoutOuterSlashes(nameSpace)),
-      _className(className),
-      _keys(ordered(keys)),
-      _keyProperties(canonicalForm(*_keys)) {
-    refuseSeparators(_nameSpace, "namespace", ":=\"");
-    refuseSeparators(_className, "class name", ".:=,\"");
-    _text = (_nameSpace.length() == 0 ? ORVString::emptyString() : _nameSpace + ":") + _className;
-    if (!_keys->isEmpty()) {
-        _text = _text + "." + _keyProperties;
+    : _nameSpace(withoutOuterSlashes(nameSpace)), _className(className) {
+    const OrderedKeys inOrder = ordered(keys);
+    std::string text = textBeforeKeys(_nameSpace, _className, 32 * inOrder.size());
+    text += inOrder.empty() ? "" : ".";
+    const std::size_t keysStart = text.size();
+    appendKeys(inOrder, text);
+    _setText(text, keysStart);
+    if (!arePlainStrings(inOrder)) {
+        _keys.get([&inOrder] { return listOf(inOrder); });
     }
 }
 
 COrvoInstanceName::COrvoInstanceName(const ORVString& nameSpace, const ORVString& className,
                                      const ORVString& keyName, const ORVString& keyValue)
-    : COrvoInstanceName(nameSpace, className, singleKey(keyName, keyValue)) {
+    : _nameSpace(withoutOuterSlashes(nameSpace)), _className(className) {
+    refuseKeyName(keyName);
+    refuseKeyWithoutValue(keyName, keyValue.isNull());
+    std::string text = textBeforeKeys(_nameSpace, _className, keyName.length() + keyValue.length());
+    text += '.';
+    const std::size_t keysStart = text.size();
+    text += keyName.view();
+    text += '=';
+    appendQuoted(keyValue.view(), text);
+    _setText(text, keysStart);
+}
+
+void COrvoInstanceName::_setText(const std::string& text, std::size_t keysStart) {
+    refuseSeparators(_nameSpace, "namespace", ":=\"");
+    refuseSeparators(_className, "class name", ".:=,\"");
+    _text = ORVString::withTail(text, keysStart);
 }
 
 COrvoInstanceName::~COrvoInstanceName() = default;
@@ -238,11 +289,17 @@ ORVString COrvoInstanceName::getClassName() const {
 }
 
 ORVString COrvoInstanceName::getKeyProperties() const {
-    return _keyProperties;
+    return _text.tail();
 }
 
 ORVSmrPtr<ORVValSlist<COrvoKeyBinding>> COrvoInstanceName::getKeyBindings() const {
-    return _keys;
+    return _keys.get([this] {
+        ORVSmrPtr<KeyBindings> keys(new KeyBindings);
+        if (const ORVString text = getKeyProperties(); text.length() > 0) {
+            Parser(text.view()).readKeys(*keys);
+        }
+        return keys;
+    });
 }
 
 ORVString COrvoInstanceName::toString() const {

@@ -7,15 +7,27 @@
 
 #include <algorithm>
 #include <iterator>
+#include <typeinfo>
 
 namespace {
 
 using Properties = std::vector<ORVSmrPtr<IOrvoProperty>>;
 
+constexpr std::size_t usualCount = 8;
+
+/// Every property of an object was made by its setProperty().
+const COrvoProperty& ownOf(const ORVSmrPtr<IOrvoProperty>& property) {
+    return static_cast<const COrvoProperty&>(*property);
+}
+
 Properties::const_iterator find(const Properties& properties, const ORVString& name) {
     return std::find_if(properties.begin(), properties.end(), [&name](const auto& property) {
-        return property->getName().compareTo(name, ORVString::caseInsensitive) == 0;
+        return ownOf(property).name().equalsIgnoringCase(name);
     });
+}
+
+bool isInstance(const IOrvoType& type) {
+    return type.getName() == COrvoType::instance->getName();
 }
 
 ORVSmrPtr<IOrvoValue> deepCopy(const ORVSmrPtr<IOrvoValue>& value);
@@ -32,7 +44,7 @@ ORVSmrPtr<IOrvoValue> copyOfArray(const IOrvoValue& array) {
 /// Only embedded instances can change after they were made; every other value is shared.
 ORVSmrPtr<IOrvoValue> deepCopy(const ORVSmrPtr<IOrvoValue>& value) {
     auto type = value->getType();
-    if (value->isNull() || type->getName() != COrvoType::instance->getName()) {
+    if (value->isNull() || !isInstance(*type)) {
         return value;
     }
     if (type->isArray()) {
@@ -50,7 +62,18 @@ COrvoObject::COrvoObject(const ORVString& className, const ORVSmrPtr<IOrvoInstan
 
 COrvoObject::COrvoObject(const IOrvoObject& other, bool deep)
     : _className(other.getClassName()), _instanceName(other.getInstanceName()) {
-    for (unsigned int position = 0; position < other.getPropertyCount(); ++position) {
+    if (typeid(other) == typeid(COrvoObject)) {
+        const auto& own = static_cast<const COrvoObject&>(other);
+        if (!deep || !own._hasInstances) {
+            _properties = own._properties;
+            _referenceCount = own._referenceCount;
+            _hasInstances = own._hasInstances;
+            return;
+        }
+    }
+    const unsigned int count = other.getPropertyCount();
+    _properties.reserve(count);
+    for (unsigned int position = 0; position < count; ++position) {
         auto property = other.getProperty(position);
         auto value = property->getValue();
         setProperty(property->getName(), deep ? deepCopy(value) : value);
@@ -60,17 +83,21 @@ COrvoObject::COrvoObject(const IOrvoObject& other, bool deep)
 COrvoObject::~COrvoObject() = default;
 
 void COrvoObject::setProperty(const ORVString& name, const ORVSmrPtr<IOrvoValue>& value) {
-    bool isReference = value->getType()->isReference();
+    const auto type = value->getType();
+    const bool isReference = type->isReference();
     auto offset = std::distance(_properties.cbegin(), find(_properties, name));
     auto position = static_cast<std::size_t>(offset);
     bool isKnown = position < _properties.size();
     ORVSmrPtr<IOrvoProperty> property(
-        new COrvoProperty(isKnown ? _properties[position]->getName() : name, value));
+        new COrvoProperty(isKnown ? ownOf(_properties[position]).name() : name, value));
+    _hasInstances = _hasInstances || isInstance(*type);
     if (isKnown && isReference == (position < _referenceCount)) {
         _properties[position] = property;
         return;
     }
-    _properties.reserve(_properties.size() + 1);
+    if (_properties.size() == _properties.capacity()) {
+        _properties.reserve(std::max<std::size_t>(2 * _properties.size(), usualCount));
+    }
     if (isKnown) {
         _properties.erase(_properties.begin() + offset);
         _referenceCount -= isReference ? 0 : 1;
@@ -102,5 +129,5 @@ ORVSmrPtr<IOrvoProperty> COrvoObject::getProperty(unsigned int position) const {
 
 ORVSmrPtr<IOrvoProperty> COrvoObject::getProperty(const ORVString& name) const {
     auto property = find(_properties, name);
-    return property == _properties.end() ? ORVSmrPtr<IOrvoProperty>() : *property;
+    return property == _properties.end() ? ORVSmrPtr<IOrvoProperty>::none() : *property;
 }

@@ -7,6 +7,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -36,7 +37,7 @@ struct COrvoRepository::State {
         } catch (const ORVXMLError& error) {
             velm::throwSchemaError(sourceName, reader.currentClass(), error.GetErrorMessage().view());
         }
-        nameSpaces[canonical(nameSpace)].add(reader.classes, sourceName);
+        nameSpaces[canonical(nameSpace)].add(std::move(reader.classes), sourceName);
         isLinked = false;
     }
 

@@ -39,9 +39,13 @@ union Table {
 // at all, and the table is filled before any object that asks for no priority.
 [[gnu::init_priority(101)]] Table table;
 
+const ORVString& nameAt(std::size_t index) {
+    return static_cast<const COrvoType&>(*table.handles.single[index]).name();
+}
+
 std::size_t indexOf(const ORVString& name) {
     std::size_t index = 0;
-    while (index < names.size() && name.compareTo(names[index], ORVString::caseInsensitive) != 0) {
+    while (index < names.size() && !name.equalsIgnoringCase(nameAt(index))) {
         ++index;
     }
     return index;
@@ -76,7 +80,7 @@ COrvoType::~COrvoType() = default;
 
 ORVSmrPtr<IOrvoType> COrvoType::fromName(const ORVString& name) {
     std::size_t index = indexOf(name);
-    return index < names.size() ? table.handles.single[index] : Handle();
+    return index < names.size() ? table.handles.single[index] : Handle::none();
 }
 
 ORVSmrPtr<IOrvoType> COrvoType::arrayOf(const ORVSmrPtr<IOrvoType>& elementType) {

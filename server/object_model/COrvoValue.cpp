@@ -3,6 +3,7 @@
 #include "foundation/utilities/OrvoBaseException.h"
 #include "server/object_model/ValueText.h"
 
+#include <charconv>
 #include <cmath>
 #include <limits>
 #include <optional>
@@ -19,8 +20,8 @@ ORVString typeText(const ORVSmrPtr<IOrvoType>& type) {
     return type->isArray() ? type->getName() + "[]" : type->getName();
 }
 
-std::string nameOf(const ORVSmrPtr<IOrvoType>& type) {
-    return std::string(type->getName().toLower().view());
+ORVString nameOf(const ORVSmrPtr<IOrvoType>& type) {
+    return type->getName().toLower();
 }
 
 [[noreturn]] void raise(std::string_view message) {
@@ -124,24 +125,24 @@ COrvoValue::~COrvoValue() = default;
 
 template <class Integer>
 COrvoValue::Content COrvoValue::_integer(Integer value, const ORVSmrPtr<IOrvoType>& type) {
-    std::string name = nameOf(type);
-    auto content = text::contentOf(name);
+    const ORVString name = nameOf(type);
+    auto content = text::contentOf(name.view());
     if (type->isArray() || !isIntegerContent(content)) {
         raise("{} is no integer type", typeText(type).view());
     }
-    if (!text::fits(value, name)) {
-        raise("{} does not fit type {}", value, name);
+    if (!text::fits(value, name.view())) {
+        raise("{} does not fit type {}", value, name.view());
     }
     return content == text::Content::signedInteger ? Content(static_cast<std::int64_t>(value))
                                                    : Content(static_cast<std::uint64_t>(value));
 }
 
 COrvoValue::Content COrvoValue::_real(double value, const ORVSmrPtr<IOrvoType>& type) {
-    std::string name = nameOf(type);
-    if (type->isArray() || text::contentOf(name) != text::Content::real) {
+    const ORVString name = nameOf(type);
+    if (type->isArray() || text::contentOf(name.view()) != text::Content::real) {
         raise("{} is no real type", typeText(type).view());
     }
-    if (name == "real64" || !std::isfinite(value)) {
+    if (name.view() == "real64" || !std::isfinite(value)) {
         return value;
     }
     if (std::abs(value) > static_cast<double>(std::numeric_limits<float>::max())) {
@@ -161,10 +162,10 @@ ORVSmrPtr<IOrvoValue> COrvoValue::parse(const ORVString& text, const ORVSmrPtr<I
     if (type->isArray()) {
         raise("a value of type {} is not written as one text", typeText(type).view());
     }
-    return ORVSmrPtr<IOrvoValue>(new COrvoValue(_parsed(text, nameOf(type)), type));
+    return ORVSmrPtr<IOrvoValue>(new COrvoValue(_parsed(text, nameOf(type).view()), type));
 }
 
-COrvoValue::Content COrvoValue::_parsed(const ORVString& value, const std::string& type) {
+COrvoValue::Content COrvoValue::_parsed(const ORVString& value, std::string_view type) {
     if (type == "string" || (type == "char16" && text::isChar16(value.view()))) {
         return value;
     }
@@ -205,7 +206,7 @@ void COrvoValue::_refuse(const char* wanted) const {
 }
 
 const ORVString* COrvoValue::_stringContent() const {
-    return nameOf(_type) == "string" ? std::get_if<ORVString>(&_content) : nullptr;
+    return nameOf(_type).view() == "string" ? std::get_if<ORVString>(&_content) : nullptr;
 }
 
 bool COrvoValue::getBoolean() const {
@@ -295,4 +296,22 @@ ORVString COrvoValue::toString() const {
         ORVString operator()(const Elements& value) const { return listText(*value); }
     };
     return std::visit(Writer{*_type}, _content);
+}
+
+std::string_view COrvoValue::lentText(Digits& digits) const noexcept {
+    const auto written = [&digits](auto number) -> std::string_view {
+        const char* end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+        return {digits.data(), static_cast<std::size_t>(end - digits.data())};
+    };
+    if (const auto* text = std::get_if<ORVString>(&_content)) {
+        return text->view();
+    }
+    if (const auto* number = std::get_if<std::uint64_t>(&_content)) {
+        return written(*number);
+    }
+    if (const auto* number = std::get_if<std::int64_t>(&_content)) {
+        return written(*number);
+    }
+    const auto* boolean = std::get_if<bool>(&_content);
+    return boolean ? (*boolean ? "TRUE" : "FALSE") : std::string_view();
 }

@@ -3,6 +3,7 @@
 #include "foundation/services/CIMOMException.h"
 
 #include <string>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -32,11 +33,13 @@ ClassTable::~ClassTable() {
     }
 }
 
-void ClassTable::add(const std::vector<ClassDeclaration>& declarations, const ORVString& file) {
-    auto known = _classes.size();
+void ClassTable::add(std::vector<ClassDeclaration> declarations, const ORVString& file) {
+    const auto known = _classes.size();
+    _classes.reserve(known + declarations.size());
+    _positions.reserve(known + declarations.size());
     try {
-        for (const auto& declaration : declarations) {
-            _add(declaration, file);
+        for (auto& declaration : declarations) {
+            _add(std::move(declaration), file);
         }
     } catch (...) {
         _forgetFrom(known);
@@ -44,13 +47,13 @@ void ClassTable::add(const std::vector<ClassDeclaration>& declarations, const OR
     }
 }
 
-void ClassTable::_add(const ClassDeclaration& declaration, const ORVString& file) {
-    auto* object = new RepositoryClass(declaration, file);
+void ClassTable::_add(ClassDeclaration&& declaration, const ORVString& file) {
+    auto* object = new RepositoryClass(std::move(declaration), file);
     _classes.push_back({ORVSmrPtr<IOrvoClass>(object), object});
-    auto [position, isNew] = _positions.emplace(declaration.name, _classes.size() - 1);
+    auto [position, isNew] = _positions.emplace(object->declaration().name, _classes.size() - 1);
     if (!isNew) {
         const RepositoryClass& first = *_classes[position->second].object;
-        refuse(declaration, file,
+        refuse(object->declaration(), file,
                fmt::format("the class is declared already in {}, line {}", first.file().view(),
                            first.declaration().line));
     }
@@ -119,11 +122,12 @@ void ClassTable::link() {
         associations[position] = _classes[position].object->declaration().isAssociation ||
                                  (superClass != none && associations[superClass]);
     }
-    std::vector<ORVSmrPtr<RepositoryClass::List>> subClasses(_classes.size());
+    using List = RepositoryClass::List;
+    std::vector<ORVSmrPtr<List>> subClasses(_classes.size(), ORVSmrPtr<List>::none());
     for (std::size_t position = 0; position < _classes.size(); ++position) {
         if (auto superClass = superClasses[position]; superClass != none) {
             if (subClasses[superClass].IsNull()) {
-                subClasses[superClass] = new RepositoryClass::List;
+                subClasses[superClass] = new List;
             }
             subClasses[superClass]->append(_classes[position].handle);
         }
@@ -131,8 +135,8 @@ void ClassTable::link() {
     for (std::size_t position = 0; position < _classes.size(); ++position) {
         auto superClass = superClasses[position];
         _classes[position].object->link(
-            superClass == none ? ORVSmrPtr<IOrvoClass>() : _classes[superClass].handle, subClasses[position],
-            associations[position]);
+            superClass == none ? ORVSmrPtr<IOrvoClass>::none() : _classes[superClass].handle,
+            std::move(subClasses[position]), associations[position]);
     }
 }
 

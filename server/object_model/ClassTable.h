@@ -22,7 +22,7 @@ public:
     ~ClassTable();
 
     /// Adds the classes of one file, not yet linked.
-    void add(const std::vector<ClassDeclaration>& declarations, const ORVString& file);
+    void add(std::vector<ClassDeclaration> declarations, const ORVString& file);
 
     /// Ties every class to its superclass and subclasses, in place of what link() tied before.
     void link();
@@ -49,7 +49,7 @@ private:
     };
     using Index = boost::unordered_flat_map<ORVString, std::size_t, CaseBlindHash, CaseBlindEqual>;
 
-    void _add(const ClassDeclaration& declaration, const ORVString& file);
+    void _add(ClassDeclaration&& declaration, const ORVString& file);
     void _forgetFrom(std::size_t known);
     std::vector<std::size_t> _superClasses() const;
     std::vector<std::size_t> _topDown(const std::vector<std::size_t>& superClasses) const;

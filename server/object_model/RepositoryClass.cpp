@@ -19,14 +19,11 @@ bool RepositoryClass::isAssociation() const {
     return _isAssociation;
 }
 
-void RepositoryClass::link(const ORVSmrPtr<IOrvoClass>& superClass, const ORVSmrPtr<List>& subClasses,
-                           bool isAssociation) {
-    // The former neighbours go after the lock is free: their last handles may be among these.
-    auto formerSuperClass = superClass;
-    auto formerSubClasses = subClasses;
+void RepositoryClass::link(ORVSmrPtr<IOrvoClass> superClass, ORVSmrPtr<List> subClasses, bool isAssociation) {
+    // The former neighbours go with the arguments, after the lock is free: their last handles may be these.
     std::lock_guard lock(_mutex);
-    std::swap(_superClass, formerSuperClass);
-    std::swap(_subClasses, formerSubClasses);
+    std::swap(_superClass, superClass);
+    std::swap(_subClasses, subClasses);
     _isAssociation = isAssociation;
 }
 

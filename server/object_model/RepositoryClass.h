@@ -4,6 +4,7 @@
 #include "server/object_model/SchemaReader.h"
 
 #include <mutex>
+#include <utility>
 
 namespace velm {
 
@@ -18,8 +19,8 @@ public:
     using List = ORVValSlist<ORVSmrPtr<IOrvoClass>>;
 
     /// `file` is what messages call the origin of the class.
-    RepositoryClass(const ClassDeclaration& declaration, const ORVString& file)
-        : _declaration(declaration), _file(file) {}
+    RepositoryClass(ClassDeclaration declaration, const ORVString& file)
+        : _declaration(std::move(declaration)), _file(file) {}
 
     ORVString getName() const override { return _declaration.name; }
     ORVSmrPtr<IOrvoClass> getSuperClass() const override;
@@ -30,8 +31,8 @@ public:
     const ORVString& file() const { return _file; }
 
     /// Replaces the neighbours; null handles where there are none.
-    void link(const ORVSmrPtr<IOrvoClass>& superClass, const ORVSmrPtr<List>& subClasses, bool isAssociation);
-    void unlink() { link(nullptr, nullptr, isAssociation()); }
+    void link(ORVSmrPtr<IOrvoClass> superClass, ORVSmrPtr<List> subClasses, bool isAssociation);
+    void unlink() { link(ORVSmrPtr<IOrvoClass>::none(), ORVSmrPtr<List>::none(), isAssociation()); }
 
 private:
     const ClassDeclaration _declaration;
@@ -39,8 +40,8 @@ private:
 
     mutable std::mutex _mutex;
     // Guarded by _mutex.
-    ORVSmrPtr<IOrvoClass> _superClass;
-    ORVSmrPtr<List> _subClasses;
+    ORVSmrPtr<IOrvoClass> _superClass = ORVSmrPtr<IOrvoClass>::none();
+    ORVSmrPtr<List> _subClasses = ORVSmrPtr<List>::none();
     bool _isAssociation = false;
 };
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -42,7 +43,8 @@ bool matches(std::string_view pattern, std::string_view name) {
 }
 
 bool isAssociation(const ORVString& qualifier) {
-    return qualifier.compareTo("Association", ORVString::caseInsensitive) == 0;
+    static const ORVString name("Association");
+    return qualifier.compareTo(name, ORVString::caseInsensitive) == 0;
 }
 
 }  // namespace
@@ -86,7 +88,7 @@ void SchemaReader::_startClass(const XMLAttributes& attributes) {
     if (declaration.superClass.length() == 0) {
         declaration.superClass = ORVString();
     }
-    classes.push_back(declaration);
+    classes.push_back(std::move(declaration));
     _inClass = true;
 }
 

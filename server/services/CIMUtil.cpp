@@ -3,6 +3,8 @@
 #include "server/xml/CIMXMLWriter.h"
 
 #include <atomic>
+#include <charconv>
+#include <cstddef>
 #include <cstdint>
 #include <ostream>
 #include <string>
@@ -23,13 +25,17 @@ bool isScalar(const IOrvoType& type) {
 }  // namespace
 
 void CIMUtil::StreamMessageHeader(std::ostream& stream, int messageID) {
-    const std::string id = messageID != 0
-                               ? std::to_string(messageID)
-                               : std::to_string(1 + lastMessageID.fetch_add(1, std::memory_order_relaxed));
+    char digits[24];
+    const char* end = messageID != 0
+                          ? std::to_chars(digits, digits + sizeof digits, messageID).ptr
+                          : std::to_chars(digits, digits + sizeof digits,
+                                          1 + lastMessageID.fetch_add(1, std::memory_order_relaxed))
+                                .ptr;
     write(stream,
           "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
-          "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"" +
-              id + "\" PROTOCOLVERSION=\"1.0\">");
+          "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"");
+    write(stream, {digits, static_cast<std::size_t>(end - digits)});
+    write(stream, "\" PROTOCOLVERSION=\"1.0\">");
 }
 
 void CIMUtil::StreamMessageTrailer(std::ostream& stream) {

@@ -3,8 +3,11 @@
 #include "foundation/services/CIMUtil.h"
 #include "server/xml/CIMXMLWriter.h"
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <chrono>
+#include <cstddef>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -16,40 +19,29 @@ using Kind = IOrvoIndication::ReportedKind;
 /// Most export messages fit without growing the text twice.
 constexpr std::size_t usualSize = 4096;
 
-void appendPadded(std::string& text, long long number, std::size_t width) {
-    char digits[24];
-    const char* end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-    const auto length = static_cast<std::size_t>(end - digits);
-    text.append(width > length ? width - length : 0, '0');
-    text.append(digits, length);
-}
-
 /// A CIM datetime: yyyymmddhhmmss.mmmmmm+000.
-std::string datetimeOf(std::chrono::system_clock::time_point time) {
+std::array<char, 25> datetimeOf(std::chrono::system_clock::time_point time) {
     const auto day = std::chrono::floor<std::chrono::days>(time);
     const std::chrono::year_month_day date(day);
     const std::chrono::hh_mm_ss clock(std::chrono::floor<std::chrono::microseconds>(time - day));
-    std::string text;
-    appendPadded(text, static_cast<int>(date.year()), 4);
-    appendPadded(text, static_cast<unsigned int>(date.month()), 2);
-    appendPadded(text, static_cast<unsigned int>(date.day()), 2);
-    appendPadded(text, clock.hours().count(), 2);
-    appendPadded(text, clock.minutes().count(), 2);
-    appendPadded(text, clock.seconds().count(), 2);
-    text += '.';
-    appendPadded(text, clock.subseconds().count(), 6);
-    return text + "+000";
-}
-
-std::string addressOf(const ORVString& host, const ORVString& port) {
-    const std::string_view name = host.view();
-    const bool needsBrackets = name.find(':') != std::string_view::npos && name.front() != '[';
-    std::string address = needsBrackets ? "[" + std::string(name) + "]" : std::string(name);
-    if (port.length() != 0) {
-        address += ':';
-        address += port.view();
-    }
-    return address;
+    std::array<char, 25> text{};
+    char* end = text.data();
+    const auto write = [&end](auto number, int width) {
+        for (int digit = width; digit-- > 0; number /= 10) {
+            end[digit] = static_cast<char>('0' + number % 10);
+        }
+        end += width;
+    };
+    write(static_cast<int>(date.year()), 4);
+    write(static_cast<unsigned int>(date.month()), 2);
+    write(static_cast<unsigned int>(date.day()), 2);
+    write(clock.hours().count(), 2);
+    write(clock.minutes().count(), 2);
+    write(clock.seconds().count(), 2);
+    *end++ = '.';
+    write(clock.subseconds().count(), 6);
+    std::copy_n("+000", 4, end);
+    return text;
 }
 
 const Kind& kindOf(const IOrvoIndication& indication) {
@@ -57,17 +49,39 @@ const Kind& kindOf(const IOrvoIndication& indication) {
     return kind ? *kind : COrvoIndication::reportedKindOf(indication.getType());
 }
 
-void writeSource(velm::CIMXMLWriter& writer, const IOrvoObject& object, const std::string& address,
-                 bool withSourceInstance) {
+void writeAddress(velm::CIMXMLWriter& writer, std::string_view host, std::string_view port) {
+    const bool needsBrackets = host.find(':') != std::string_view::npos && host.front() != '[';
+    writer.tags<"<PROPERTY NAME=\"SourceInstanceHost\" TYPE=\"string\"><VALUE>">();
+    if (needsBrackets) {
+        writer.tags<"[">();
+    }
+    writer.text(host);
+    if (needsBrackets) {
+        writer.tags<"]">();
+    }
+    if (!port.empty()) {
+        writer.tags<":">();
+        writer.text(port);
+    }
+    writer.tags<"</VALUE></PROPERTY>">();
+}
+
+void writeSource(velm::CIMXMLWriter& writer, const IOrvoObject& object, std::string_view host,
+                 std::string_view port, bool withSourceInstance) {
     if (withSourceInstance) {
-        writer.embeddedProperty("SourceInstance", object);
+        writer
+            .tags<"<PROPERTY NAME=\"SourceInstance\" TYPE=\"string\" EmbeddedObject=\"instance\"><VALUE>">();
+        writer.embedded(object);
+        writer.tags<"</VALUE></PROPERTY>">();
     }
     const ORVSmrPtr<IOrvoInstanceName> name = object.getInstanceName();
     if (!name.IsNull()) {
-        writer.property("SourceInstanceModelPath", "string", name->toString().view());
+        writer.tags<"<PROPERTY NAME=\"SourceInstanceModelPath\" TYPE=\"string\"><VALUE>">();
+        writer.text(name->toString().view());
+        writer.tags<"</VALUE></PROPERTY>">();
     }
-    if (!address.empty()) {
-        writer.property("SourceInstanceHost", "string", address);
+    if (!host.empty() || !port.empty()) {
+        writeAddress(writer, host, port);
     }
 }
 
@@ -76,13 +90,13 @@ void writeChangedProperties(velm::CIMXMLWriter& writer, const IOrvoIndication& i
     if (names.IsNull() || names->isEmpty()) {
         return;
     }
-    writer.tags("<PROPERTY.ARRAY NAME=\"ChangedPropertyNames\" TYPE=\"string\"><VALUE.ARRAY>");
+    writer.tags<"<PROPERTY.ARRAY NAME=\"ChangedPropertyNames\" TYPE=\"string\"><VALUE.ARRAY>">();
     for (const ORVString& name : *names) {
-        writer.tags("<VALUE>");
+        writer.tags<"<VALUE>">();
         writer.text(name.view());
-        writer.tags("</VALUE>");
+        writer.tags<"</VALUE>">();
     }
-    writer.tags("</VALUE.ARRAY></PROPERTY.ARRAY>");
+    writer.tags<"</VALUE.ARRAY></PROPERTY.ARRAY>">();
 }
 
 /// What the standard classes cannot say. Creations and destructions are both delivered as type 128:
@@ -91,12 +105,17 @@ void writeChangedProperties(velm::CIMXMLWriter& writer, const IOrvoIndication& i
 /// DeliveredOnChannel.
 void writeDelivery(velm::CIMXMLWriter& writer, const IOrvoIndication& indication, const Kind& kind,
                    bool onChannel) {
-    std::string type;
-    appendPadded(type, indication.getType(), 1);
-    writer.property("IndicationType", "uint16", type);
-    writer.property("IndicationKind", "string", COrvoDebugTools::indicationTypeToString(kind.type).view());
+    char digits[16];
+    const char* end =
+        std::to_chars(digits, digits + sizeof digits, static_cast<unsigned int>(indication.getType())).ptr;
+    writer.tags<"<PROPERTY NAME=\"IndicationType\" TYPE=\"uint16\"><VALUE>">();
+    writer.text({digits, static_cast<std::size_t>(end - digits)});
+    writer.tags<"</VALUE></PROPERTY><PROPERTY NAME=\"IndicationKind\" TYPE=\"string\"><VALUE>">();
+    writer.text(COrvoDebugTools::indicationTypeToString(kind.type).view());
+    writer.tags<"</VALUE></PROPERTY>">();
     if (onChannel) {
-        writer.property("DeliveredOnChannel", "boolean", "TRUE");
+        writer
+            .tags<"<PROPERTY NAME=\"DeliveredOnChannel\" TYPE=\"boolean\"><VALUE>TRUE</VALUE></PROPERTY>">();
     }
 }
 
@@ -109,17 +128,19 @@ void CIMUtil::StreamIndication(std::ostream& stream, IOrvoIndication& indication
     std::string xml;
     xml.reserve(usualSize);
     velm::CIMXMLWriter writer(xml);
-    writer.tags(
+    writer.tags<
         "<SIMPLEEXPREQ><EXPMETHODCALL NAME=\"ExportIndication\"><EXPPARAMVALUE NAME=\"NewIndication\">"
-        "<INSTANCE CLASSNAME=\"");
+        "<INSTANCE CLASSNAME=\"">();
     writer.attributeText(kind.exportClassName);
-    writer.tags("\">");
-    writer.property("IndicationTime", "datetime", datetimeOf(indication.getTime()));
-    writeSource(writer, *object, addressOf(localHost, localPort), withSourceInstance);
+    writer.tags<"\"><PROPERTY NAME=\"IndicationTime\" TYPE=\"datetime\"><VALUE>">();
+    const auto time = datetimeOf(indication.getTime());
+    writer.text({time.data(), time.size()});
+    writer.tags<"</VALUE></PROPERTY>">();
+    writeSource(writer, *object, localHost.view(), localPort.view(), withSourceInstance);
     if (kind.type == IOrvoIndication::IndicationChange) {
         writeChangedProperties(writer, indication);
     }
     writeDelivery(writer, indication, kind, onChannel);
-    writer.tags("</INSTANCE></EXPPARAMVALUE></EXPMETHODCALL></SIMPLEEXPREQ>");
+    writer.tags<"</INSTANCE></EXPPARAMVALUE></EXPMETHODCALL></SIMPLEEXPREQ>">();
     stream.write(xml.data(), static_cast<std::streamsize>(xml.size()));
 }

@@ -17,6 +17,11 @@ void logDropping(const char* component, const std::string& message) {
                 OrvoTraceLog::VerbosityNormal, 0, ORVLog::CIMOMLOG);
 }
 
+/// For counters that are written under a lock and read without.
+void increment(std::atomic<std::uint64_t>& counter) {
+    counter.store(counter.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+}
+
 }  // namespace
 
 CSubscriber::CSubscriber(ORVSmrPtr<CSubscriberID> subscriberID, const ORVString& localHostName,
@@ -36,18 +41,16 @@ CSubscriber::CSubscriber(ORVSmrPtr<CSubscriberID> subscriberID, const ORVString&
 CSubscriber::~CSubscriber() = default;
 
 void CSubscriber::notify(ORVSmrPtr<IOrvoIndication> indication) {
-    ORVSmrPtr<IOrvoIndication> dropped;
+    auto dropped = ORVSmrPtr<IOrvoIndication>::none();
     bool isFirstDrop = false;
     {
         std::lock_guard<std::mutex> lock(_queueLock);
-        if (_queue.IsNull()) {
-            _queue = new ORVValSlist<ORVSmrPtr<IOrvoIndication>>;
-        }
-        _queue->append(std::move(indication));
-        _queuedCount.fetch_add(1, std::memory_order_relaxed);
-        if (_maxQueued != 0 && _queue->entries() > _maxQueued) {
-            dropped = _queue->removeAt(0);
-            _droppedCount.fetch_add(1, std::memory_order_relaxed);
+        _queue.append(std::move(indication));
+        _hasQueued.store(true, std::memory_order_relaxed);
+        increment(_queuedCount);
+        if (_maxQueued != 0 && _queue.entries() > _maxQueued) {
+            dropped = _queue.removeAt(0);
+            increment(_droppedCount);
             isFirstDrop = ++_droppedInBurst == 1;
         }
     }
@@ -60,24 +63,28 @@ void CSubscriber::notify(ORVSmrPtr<IOrvoIndication> indication) {
 }
 
 CSubscriber::IndicationList CSubscriber::getIndications() {
-    IndicationList indications;
+    if (!_hasQueued.load(std::memory_order_relaxed)) {
+        return IndicationList::none();
+    }
+    const IndicationList indications(new ORVValSlist<ORVSmrPtr<IOrvoIndication>>);
     std::uint64_t dropped = 0;
     {
         std::lock_guard<std::mutex> lock(_queueLock);
-        std::swap(indications, _queue);
+        std::swap(*indications, _queue);
         std::swap(dropped, _droppedInBurst);
+        _hasQueued.store(false, std::memory_order_relaxed);
     }
     if (dropped != 0) {
         logDropping("CSubscriber::getIndications",
                     fmt::format("The queue of the subscriber '{}' is empty again, indications dropped: {}.",
                                 _subscriberID->toString().view(), dropped));
     }
-    return indications;
+    return indications->isEmpty() ? IndicationList::none() : indications;
 }
 
 std::size_t CSubscriber::getWaitingCount() {
     std::lock_guard<std::mutex> lock(_queueLock);
-    return _queue.IsNull() ? 0 : _queue->entries();
+    return _queue.entries();
 }
 
 void CSubscriber::updateTimeStamp() {

@@ -1,5 +1,7 @@
 #include "foundation/utilities/ORVString.h"
 
+#include "server/utilities/TextHash.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cstring>
@@ -9,101 +11,168 @@
 
 namespace {
 
+namespace text = velm::text;
+
 constexpr std::uint32_t notHashed = 0;
 
 constexpr char lower(char letter) noexcept {
     return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
 }
 
-constexpr char same(char letter) noexcept {
-    return letter;
-}
-
-/// FNV-1a, with the one number taken out that stands for "not hashed yet".
-template <char (*fold)(char)>
-std::uint32_t hashOf(std::string_view text) noexcept {
-    std::uint32_t hash = 2166136261U;
-    for (char letter : text) {
-        hash = (hash ^ static_cast<unsigned char>(fold(letter))) * 16777619U;
-    }
+template <text::Word (*fold)(text::Word)>
+std::uint32_t hashOf(std::string_view bytes) noexcept {
+    const std::uint32_t hash = text::hashOf<fold>(bytes, text::hashSecret());
     return hash == notHashed ? 1 : hash;
 }
 
 /// Threads that meet here compute the same number, so that it does not matter whose is kept.
-template <char (*fold)(char)>
-std::uint32_t cachedHashOf(std::string_view text, std::atomic<std::uint32_t>& cache) noexcept {
+template <text::Word (*fold)(text::Word)>
+std::uint32_t cachedHashOf(std::string_view bytes, std::atomic<std::uint32_t>& cache) noexcept {
     std::uint32_t hash = cache.load(std::memory_order_relaxed);
     if (hash == notHashed) {
-        hash = hashOf<fold>(text);
+        hash = hashOf<fold>(bytes);
         cache.store(hash, std::memory_order_relaxed);
     }
     return hash;
 }
 
+/// Whether what is known of both hashes tells the texts apart.
+bool differ(const std::atomic<std::uint32_t>& left, const std::atomic<std::uint32_t>& right) noexcept {
+    const std::uint32_t one = left.load(std::memory_order_relaxed);
+    const std::uint32_t other = right.load(std::memory_order_relaxed);
+    return one != other && one != notHashed && other != notHashed;
+}
+
+bool isLower(std::string_view bytes) noexcept {
+    std::size_t at = 0;
+    for (; at + sizeof(text::Word) <= bytes.size(); at += sizeof(text::Word)) {
+        const auto word = text::read<text::Word>(bytes.data() + at);
+        if (text::lower(word) != word) {
+            return false;
+        }
+    }
+    return std::all_of(bytes.begin() + static_cast<std::ptrdiff_t>(at), bytes.end(),
+                       [](char letter) { return lower(letter) == letter; });
+}
+
+/// Where the texts first differ once folded, or the number of bytes compared.
+std::size_t firstDifference(const char* left, const char* right, std::size_t length) noexcept {
+    std::size_t at = 0;
+    while (at + sizeof(text::Word) <= length && text::lower(text::read<text::Word>(left + at)) ==
+                                                    text::lower(text::read<text::Word>(right + at))) {
+        at += sizeof(text::Word);
+    }
+    while (at < length && lower(left[at]) == lower(right[at])) {
+        ++at;
+    }
+    return at;
+}
+
 }  // namespace
 
-/// The header of one allocation; the text and its zero byte stand right behind it.
-struct ORVString::Buffer {
-    const std::size_t length;
-    std::atomic<std::uint32_t> owners{1};
+/// What a string refers to: the whole of a buffer or the tail of one.
+struct ORVString::Text {
+    static constexpr std::size_t maxLength = (std::size_t{1} << 30) - 1;
+
+    const std::uint32_t length : 30;
+    const std::uint32_t isTail : 1;
+    /// Of a whole: whether the header of its tail stands before it.
+    const std::uint32_t hasTail : 1;
     std::atomic<std::uint32_t> hash{notHashed};
+
+    Text(std::size_t textLength, bool tail, bool tailed) noexcept
+        : length(static_cast<std::uint32_t>(textLength & maxLength)), isTail(tail), hasTail(tailed) {}
+
+    inline Buffer* buffer() noexcept;
+    inline char* bytes() noexcept;
+    std::string_view view() noexcept { return {bytes(), length}; }
+};
+
+/// The header of a whole text, which stands right behind it with its zero byte. Header and text are one
+/// allocation, and so is the header of a tail in front of them.
+struct ORVString::Buffer : Text {
+    std::atomic<std::uint32_t> owners{1};
     std::atomic<std::uint32_t> lowerHash{notHashed};
 
-    explicit Buffer(std::size_t textLength) noexcept : length(textLength) { text()[length] = '\0'; }
+    using Text::Text;
 
-    char* text() noexcept { return reinterpret_cast<char*>(this + 1); }
-    std::string_view view() noexcept { return {text(), length}; }
-
-    static Buffer* make(std::size_t length) {
-        return new (::operator new(sizeof(Buffer) + length + 1)) Buffer(length);
+    static Buffer* make(std::size_t length, const std::size_t* tailLength = nullptr) {
+        if (length > maxLength) {
+            throw std::bad_alloc();
+        }
+        const std::size_t before = tailLength ? sizeof(Text) : 0;
+        auto* memory = static_cast<char*>(::operator new(before + sizeof(Buffer) + length + 1));
+        if (tailLength) {
+            new (memory) Text(*tailLength, true, false);
+        }
+        auto* buffer = new (memory + before) Buffer(length, false, tailLength != nullptr);
+        buffer->all()[length] = '\0';
+        return buffer;
     }
 
     static Buffer* make(std::string_view first, std::string_view second = {}) {
         Buffer* buffer = make(first.size() + second.size());
-        std::copy(second.begin(), second.end(), std::copy(first.begin(), first.end(), buffer->text()));
+        std::copy(second.begin(), second.end(), std::copy(first.begin(), first.end(), buffer->all()));
         return buffer;
     }
 
-    static Buffer* share(Buffer* buffer) noexcept {
-        if (buffer) {
-            buffer->owners.fetch_add(1, std::memory_order_relaxed);
+    char* all() noexcept { return reinterpret_cast<char*>(this + 1); }
+    Text* tail() noexcept { return hasTail ? static_cast<Text*>(this) - 1 : nullptr; }
+
+    static Text* share(Text* text) noexcept {
+        if (text) {
+            text->buffer()->owners.fetch_add(1, std::memory_order_relaxed);
         }
-        return buffer;
+        return text;
     }
 
-    static void release(Buffer* buffer) noexcept {
-        if (buffer && buffer->owners.fetch_sub(1, std::memory_order_acq_rel) == 1) {
-            buffer->~Buffer();
-            ::operator delete(buffer);
+    static void release(Text* text) noexcept {
+        if (!text) {
+            return;
+        }
+        Buffer* buffer = text->buffer();
+        // Nobody else can share what has one owner: no need to count down for the others to see.
+        if (buffer->owners.load(std::memory_order_acquire) == 1 ||
+            buffer->owners.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+            ::operator delete(buffer->hasTail ? static_cast<void*>(buffer->tail()) : buffer);
         }
     }
 };
 
-ORVString::ORVString(const char* text) : _buffer(text ? Buffer::make(std::string_view(text)) : nullptr) {
+ORVString::Buffer* ORVString::Text::buffer() noexcept {
+    return reinterpret_cast<Buffer*>(isTail ? this + 1 : this);
 }
 
-ORVString::ORVString(std::string_view text) : _buffer(text.data() ? Buffer::make(text) : nullptr) {
+char* ORVString::Text::bytes() noexcept {
+    Buffer* whole = buffer();
+    return whole->all() + (whole->length - length);
 }
 
-ORVString::ORVString(const ORVString& other) noexcept : _buffer(Buffer::share(other._buffer)) {
+ORVString::ORVString(const char* text) : _text(text ? Buffer::make(std::string_view(text)) : nullptr) {
 }
 
-ORVString::ORVString(ORVString&& other) noexcept : _buffer(std::exchange(other._buffer, nullptr)) {
+ORVString::ORVString(std::string_view text) : _text(text.data() ? Buffer::make(text) : nullptr) {
+}
+
+ORVString::ORVString(const ORVString& other) noexcept : _text(Buffer::share(other._text)) {
+}
+
+ORVString::ORVString(ORVString&& other) noexcept : _text(std::exchange(other._text, nullptr)) {
 }
 
 ORVString::~ORVString() {
-    Buffer::release(_buffer);
+    Buffer::release(_text);
 }
 
 ORVString& ORVString::operator=(const ORVString& other) noexcept {
     ORVString copy(other);
-    std::swap(_buffer, copy._buffer);
+    std::swap(_text, copy._text);
     return *this;
 }
 
 ORVString& ORVString::operator=(ORVString&& other) noexcept {
     ORVString taken(std::move(other));
-    std::swap(_buffer, taken._buffer);
+    std::swap(_text, taken._text);
     return *this;
 }
 
@@ -111,27 +180,59 @@ ORVString& ORVString::operator=(const char* text) {
     return *this = ORVString(text);
 }
 
+ORVString ORVString::withTail(std::string_view text, std::size_t tailStart) {
+    const std::size_t tailLength = text.size() - tailStart;
+    Buffer* buffer = Buffer::make(text.size(), &tailLength);
+    std::copy(text.begin(), text.end(), buffer->all());
+    return ORVString(buffer);
+}
+
+ORVString ORVString::tail() const noexcept {
+    return ORVString(_text && !_text->isTail ? Buffer::share(_text->buffer()->tail()) : nullptr);
+}
+
 std::size_t ORVString::length() const noexcept {
-    return _buffer ? _buffer->length : 0;
+    return _text ? _text->length : 0;
 }
 
 const char* ORVString::data() const noexcept {
-    return _buffer ? _buffer->text() : "";
+    return _text ? _text->bytes() : "";
 }
 
 int ORVString::compareTo(const ORVString& text, CompareMode mode) const noexcept {
+    if (_text == text._text) {
+        return 0;
+    }
+    const std::string_view left = view();
+    const std::string_view right = text.view();
     if (mode == caseSensitive) {
-        return view().compare(text.view());
+        return left.compare(right);
     }
-    const std::size_t common = std::min(length(), text.length());
-    for (std::size_t i = 0; i < common; ++i) {
-        const int difference =
-            static_cast<unsigned char>(lower(data()[i])) - static_cast<unsigned char>(lower(text.data()[i]));
-        if (difference != 0) {
-            return difference;
-        }
+    const std::size_t common = std::min(left.size(), right.size());
+    const std::size_t at = firstDifference(left.data(), right.data(), common);
+    if (at < common) {
+        return static_cast<unsigned char>(lower(left[at])) - static_cast<unsigned char>(lower(right[at]));
     }
-    return length() < text.length() ? -1 : static_cast<int>(length() > text.length());
+    return left.size() < right.size() ? -1 : static_cast<int>(left.size() > right.size());
+}
+
+bool ORVString::equalsIgnoringCase(const ORVString& text) const noexcept {
+    if (_text == text._text) {
+        return true;
+    }
+    const std::string_view left = view();
+    const std::string_view right = text.view();
+    if (left.size() != right.size()) {
+        return false;
+    }
+    if (left.empty()) {
+        return true;
+    }
+    if (!_text->isTail && !text._text->isTail &&
+        differ(_text->buffer()->lowerHash, text._text->buffer()->lowerHash)) {
+        return false;
+    }
+    return firstDifference(left.data(), right.data(), left.size()) == left.size();
 }
 
 ORVString& ORVString::operator+=(const ORVString& text) {
@@ -140,11 +241,11 @@ ORVString& ORVString::operator+=(const ORVString& text) {
 
 ORVString ORVString::toLower() const {
     const std::string_view text = view();
-    if (std::all_of(text.begin(), text.end(), [](char letter) { return lower(letter) == letter; })) {
+    if (isLower(text)) {
         return *this;
     }
     Buffer* buffer = Buffer::make(text.size());
-    std::transform(text.begin(), text.end(), buffer->text(), lower);
+    std::transform(text.begin(), text.end(), buffer->all(), lower);
     return ORVString(buffer);
 }
 
@@ -153,10 +254,13 @@ ORVString ORVString::emptyString() {
 }
 
 bool operator==(const ORVString& left, const ORVString& right) noexcept {
-    if (left._buffer == right._buffer) {
+    ORVString::Text* one = left._text;
+    ORVString::Text* other = right._text;
+    if (one == other) {
         return true;
     }
-    return left._buffer && right._buffer && left.view() == right.view();
+    return one && other && one->length == other->length && !differ(one->hash, other->hash) &&
+           std::memcmp(one->bytes(), other->bytes(), one->length) == 0;
 }
 
 ORVString operator+(const ORVString& left, const ORVString& right) {
@@ -174,9 +278,12 @@ std::ostream& operator<<(std::ostream& stream, const ORVString& text) {
 }
 
 std::uint32_t hashKeyORVString(const ORVString& key) noexcept {
-    return key._buffer ? cachedHashOf<same>(key.view(), key._buffer->hash) : hashOf<same>({});
+    return key._text ? cachedHashOf<text::same>(key.view(), key._text->hash) : hashOf<text::same>({});
 }
 
 std::uint32_t hashKeyORVStringToLower(const ORVString& key) noexcept {
-    return key._buffer ? cachedHashOf<lower>(key.view(), key._buffer->lowerHash) : hashOf<lower>({});
+    if (!key._text || key._text->isTail) {
+        return hashOf<text::lower>(key.view());
+    }
+    return cachedHashOf<text::lower>(key.view(), key._text->buffer()->lowerHash);
 }

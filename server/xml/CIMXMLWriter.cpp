@@ -1,5 +1,11 @@
 #include "server/xml/CIMXMLWriter.h"
 
+#include "foundation/object_model/COrvoObject.h"
+#include "foundation/object_model/COrvoProperty.h"
+#include "foundation/object_model/COrvoType.h"
+#include "foundation/object_model/COrvoValue.h"
+#include "server/xml/LentParts.h"
+
 #include <algorithm>
 #include <cstddef>
 
@@ -28,123 +34,211 @@ bool isEmptyPath(std::string_view nameSpace) noexcept {
 
 ORVString classNameOf(const IOrvoObject& object) {
     const ORVString name = object.getClassName();
+    if (name.length() != 0) {
+        return name;
+    }
     const ORVSmrPtr<IOrvoInstanceName> instanceName = object.getInstanceName();
-    return name.length() != 0 || instanceName.IsNull() ? name : instanceName->getClassName();
+    return instanceName.IsNull() ? name : instanceName->getClassName();
 }
 
 }  // namespace
 
+/// What a writer asks of a type, answered once for each value.
+struct CIMXMLWriter::Type {
+    explicit Type(const IOrvoValue& value) {
+        const auto* own = ownObject<COrvoValue>(value);
+        if (!own) {
+            _type = value.getType();
+        }
+        _ask(own ? *own->type() : *_type);
+    }
+    Type(const Type&) = delete;
+    Type& operator=(const Type&) = delete;
+
+    std::string_view name;
+    bool isArray = false;
+    bool isReference = false;
+    bool isEmbedded = false;
+
+private:
+    void _ask(const IOrvoType& type) {
+        const auto* own = ownObject<COrvoType>(type);
+        if (!own) {
+            _name = type.getName();
+        }
+        name = own ? own->name().view() : _name.view();
+        isArray = type.isArray();
+        isReference = type.isReference();
+        isEmbedded = name == embeddedType;
+    }
+
+    // Null where the parts are lent.
+    ORVSmrPtr<IOrvoType> _type = ORVSmrPtr<IOrvoType>::none();
+    ORVString _name;
+};
+
+void CIMXMLWriter::_tags(std::string_view plain, std::string_view escapedOnce) {
+    if (_depth > 1) {
+        appendXMLTags(_xml, plain, _depth);
+    } else {
+        _xml.append(_depth == 0 ? plain : escapedOnce);
+    }
+}
+
 void CIMXMLWriter::property(std::string_view name, std::string_view type, std::string_view value) {
-    _openProperty("PROPERTY", name, type);
-    tags("><VALUE>");
+    tags<"<PROPERTY NAME=\"">();
+    _openProperty(name, type);
+    tags<"><VALUE>">();
     text(value);
-    tags("</VALUE></PROPERTY>");
+    tags<"</VALUE></PROPERTY>">();
 }
 
 void CIMXMLWriter::embeddedProperty(std::string_view name, const IOrvoObject& instance) {
-    _openProperty("PROPERTY", name, embeddedType);
-    tags("><VALUE>");
-    _embedded(instance);
-    tags("</VALUE></PROPERTY>");
+    tags<"<PROPERTY NAME=\"">();
+    _openProperty(name, embeddedType);
+    tags<"><VALUE>">();
+    embedded(instance);
+    tags<"</VALUE></PROPERTY>">();
 }
 
 void CIMXMLWriter::instance(const IOrvoObject& object) {
-    tags("<INSTANCE CLASSNAME=\"");
+    tags<"<INSTANCE CLASSNAME=\"">();
     attributeText(classNameOf(object).view());
-    tags("\">");
-    const unsigned int count = object.getPropertyCount();
-    for (unsigned int position = 0; position < count; ++position) {
-        property(*object.getProperty(position));
+    tags<"\">">();
+    if (const auto* own = ownObject<COrvoObject>(object)) {
+        for (const ORVSmrPtr<IOrvoProperty>& held : own->properties()) {
+            property(*held);
+        }
+    } else {
+        const unsigned int count = object.getPropertyCount();
+        for (unsigned int position = 0; position < count; ++position) {
+            property(*object.getProperty(position));
+        }
     }
-    tags("</INSTANCE>");
+    tags<"</INSTANCE>">();
 }
 
 void CIMXMLWriter::property(const IOrvoProperty& property) {
-    const ORVString name = property.getName();
-    const ORVSmrPtr<IOrvoValue> value = property.getValue();
-    _property(name.view(), *value);
+    if (const auto* own = ownObject<COrvoProperty>(property)) {
+        _property(own->name().view(), *own->value());
+    } else {
+        const ORVString name = property.getName();
+        const ORVSmrPtr<IOrvoValue> value = property.getValue();
+        _property(name.view(), *value);
+    }
 }
 
 void CIMXMLWriter::_property(std::string_view name, const IOrvoValue& value) {
-    const ORVSmrPtr<IOrvoType> type = value.getType();
-    const bool isReference = type->isReference() && !type->isArray();
-    const std::string_view element = type->isArray() ? "PROPERTY.ARRAY"
-                                     : isReference   ? "PROPERTY.REFERENCE"
-                                                     : "PROPERTY";
-    const ORVString typeName = type->getName();
-    _openProperty(element, name, isReference ? std::string_view() : typeName.view());
-    if (_isAbsent(value)) {
-        tags("/>");
+    const Type type(value);
+    if (type.isArray) {
+        _arrayProperty(name, value, type);
         return;
     }
-    tags(">");
-    if (type->isArray()) {
-        _array(value, true);
+    type.isReference ? tags<"<PROPERTY.REFERENCE NAME=\"">() : tags<"<PROPERTY NAME=\"">();
+    _openProperty(name, type.isReference ? std::string_view() : type.name);
+    if (_isAbsent(value, type)) {
+        tags<"/>">();
+    } else if (type.isReference) {
+        tags<">">();
+        _value(value, type);
+        tags<"</PROPERTY.REFERENCE>">();
     } else {
-        this->value(value);
+        tags<"><VALUE>">();
+        _valueText(value, type);
+        tags<"</VALUE></PROPERTY>">();
     }
-    tags("</");
-    tags(element);
-    tags(">");
 }
 
-void CIMXMLWriter::_openProperty(std::string_view element, std::string_view name, std::string_view type) {
-    tags("<");
-    tags(element);
-    tags(" NAME=\"");
+void CIMXMLWriter::_arrayProperty(std::string_view name, const IOrvoValue& value, const Type& type) {
+    tags<"<PROPERTY.ARRAY NAME=\"">();
+    _openProperty(name, type.name);
+    if (_isAbsent(value, type)) {
+        tags<"/>">();
+    } else {
+        tags<">">();
+        _array(value, true);
+        tags<"</PROPERTY.ARRAY>">();
+    }
+}
+
+/// What stands in the tag of a property from the value of its NAME on, but for its end.
+void CIMXMLWriter::_openProperty(std::string_view name, std::string_view type) {
     attributeText(name);
     if (!type.empty()) {
-        tags("\" TYPE=\"");
+        tags<"\" TYPE=\"">();
         attributeText(wireType(type));
     }
-    tags(type == embeddedType ? "\" EmbeddedObject=\"instance\"" : "\"");
+    type == embeddedType ? tags<"\" EmbeddedObject=\"instance\"">() : tags<"\"">();
 }
 
 void CIMXMLWriter::value(const IOrvoValue& value) {
-    if (_isAbsent(value)) {
-        return;
+    const Type type(value);
+    if (!_isAbsent(value, type)) {
+        _value(value, type);
     }
-    const ORVSmrPtr<IOrvoType> type = value.getType();
-    if (type->isArray()) {
-        _array(value, false);
-    } else if (type->isReference()) {
-        tags("<VALUE.REFERENCE>");
+}
+
+void CIMXMLWriter::_value(const IOrvoValue& value, const Type& type) {
+    if (type.isArray) {
+        _array(value, type.name != referenceType);
+    } else if (type.isReference) {
+        tags<"<VALUE.REFERENCE>">();
         _reference(*value.getReference());
-        tags("</VALUE.REFERENCE>");
+        tags<"</VALUE.REFERENCE>">();
     } else {
-        tags("<VALUE>");
-        valueText(value);
-        tags("</VALUE>");
+        tags<"<VALUE>">();
+        _valueText(value, type);
+        tags<"</VALUE>">();
     }
 }
 
 void CIMXMLWriter::valueText(const IOrvoValue& value) {
-    if (value.getType()->getName().view() == embeddedType) {
-        _embedded(*value.getInstance());
+    _valueText(value, Type(value));
+}
+
+void CIMXMLWriter::_valueText(const IOrvoValue& value, const Type& type) {
+    if (type.isEmbedded) {
+        embedded(*value.getInstance());
     } else {
-        text(value.toString().view());
+        _plainText(value);
     }
 }
 
-bool CIMXMLWriter::_isAbsent(const IOrvoValue& value) const {
-    return value.isNull() || (_depth == maxEmbedding && value.getType()->getName().view() == embeddedType);
+void CIMXMLWriter::_plainText(const IOrvoValue& value) {
+    const auto* own = ownObject<COrvoValue>(value);
+    COrvoValue::Digits digits;
+    const std::string_view lent = own ? own->lentText(digits) : std::string_view();
+    text(lent.data() ? lent : value.toString().view());
 }
 
-void CIMXMLWriter::_array(const IOrvoValue& array, bool asText) {
-    const bool isText = asText || array.getType()->getName().view() != referenceType;
-    tags(isText ? "<VALUE.ARRAY>" : "<VALUE.REFARRAY>");
-    for (const ORVSmrPtr<IOrvoValue>& element : *array.getElements()) {
-        if (element.IsNull() || _isAbsent(*element)) {
-            tags("<VALUE.NULL/>");
-        } else if (isText) {
-            tags("<VALUE>");
-            valueText(*element);
-            tags("</VALUE>");
+bool CIMXMLWriter::_isAbsent(const IOrvoValue& value, const Type& type) const {
+    return value.isNull() || (_depth == maxEmbedding && type.isEmbedded);
+}
+
+void CIMXMLWriter::_array(const IOrvoValue& array, bool isText) {
+    isText ? tags<"<VALUE.ARRAY>">() : tags<"<VALUE.REFARRAY>">();
+    const auto elements = array.getElements();
+    for (const ORVSmrPtr<IOrvoValue>& element : *elements) {
+        if (element.IsNull()) {
+            tags<"<VALUE.NULL/>">();
         } else {
-            value(*element);
+            _element(*element, isText);
         }
     }
-    tags(isText ? "</VALUE.ARRAY>" : "</VALUE.REFARRAY>");
+    isText ? tags<"</VALUE.ARRAY>">() : tags<"</VALUE.REFARRAY>">();
+}
+
+void CIMXMLWriter::_element(const IOrvoValue& element, bool isText) {
+    const Type type(element);
+    if (_isAbsent(element, type)) {
+        tags<"<VALUE.NULL/>">();
+    } else if (isText) {
+        tags<"<VALUE>">();
+        _valueText(element, type);
+        tags<"</VALUE>">();
+    } else {
+        _value(element, type);
+    }
 }
 
 void CIMXMLWriter::_reference(const IOrvoInstanceName& name) {
@@ -153,59 +247,59 @@ void CIMXMLWriter::_reference(const IOrvoInstanceName& name) {
         _instanceName(name);
         return;
     }
-    tags("<LOCALINSTANCEPATH>");
+    tags<"<LOCALINSTANCEPATH>">();
     _namespacePath(nameSpace.view());
     _instanceName(name);
-    tags("</LOCALINSTANCEPATH>");
+    tags<"</LOCALINSTANCEPATH>">();
 }
 
 void CIMXMLWriter::_namespacePath(std::string_view nameSpace) {
-    tags("<LOCALNAMESPACEPATH>");
+    tags<"<LOCALNAMESPACEPATH>">();
     while (!nameSpace.empty()) {
         const std::string_view part = nameSpace.substr(0, nameSpace.find('/'));
         if (!part.empty()) {
-            tags("<NAMESPACE NAME=\"");
+            tags<"<NAMESPACE NAME=\"">();
             attributeText(part);
-            tags("\"/>");
+            tags<"\"/>">();
         }
         nameSpace.remove_prefix(std::min(part.size() + 1, nameSpace.size()));
     }
-    tags("</LOCALNAMESPACEPATH>");
+    tags<"</LOCALNAMESPACEPATH>">();
 }
 
 void CIMXMLWriter::_instanceName(const IOrvoInstanceName& name) {
-    tags("<INSTANCENAME CLASSNAME=\"");
+    tags<"<INSTANCENAME CLASSNAME=\"">();
     attributeText(name.getClassName().view());
-    tags("\">");
+    tags<"\">">();
     for (const COrvoKeyBinding& key : *name.getKeyBindings()) {
         _keyBinding(key);
     }
-    tags("</INSTANCENAME>");
+    tags<"</INSTANCENAME>">();
 }
 
 void CIMXMLWriter::_keyBinding(const COrvoKeyBinding& key) {
-    tags("<KEYBINDING NAME=\"");
+    tags<"<KEYBINDING NAME=\"">();
     attributeText(key.name.view());
-    tags("\">");
+    tags<"\">">();
     const ORVSmrPtr<IOrvoType> type = key.value->getType();
     if (type->isReference()) {
         value(*key.value);
     } else {
         const ORVString typeName = type->getName();
-        tags("<KEYVALUE VALUETYPE=\"");
+        tags<"<KEYVALUE VALUETYPE=\"">();
         tags(valueTypeOf(typeName.view()));
-        tags("\" TYPE=\"");
+        tags<"\" TYPE=\"">();
         attributeText(typeName.view());
-        tags("\">");
-        text(key.value->toString().view());
-        tags("</KEYVALUE>");
+        tags<"\">">();
+        _plainText(*key.value);
+        tags<"</KEYVALUE>">();
     }
-    tags("</KEYBINDING>");
+    tags<"</KEYBINDING>">();
 }
 
-void CIMXMLWriter::_embedded(const IOrvoObject& instance) {
+void CIMXMLWriter::embedded(const IOrvoObject& object) {
     ++_depth;
-    this->instance(instance);
+    instance(object);
     --_depth;
 }
 

@@ -4,6 +4,7 @@
 #include "foundation/object_model/IOrvoObject.h"
 #include "foundation/object_model/IOrvoProperty.h"
 #include "foundation/object_model/IOrvoValue.h"
+#include "server/xml/XMLMarkup.h"
 #include "server/xml/XMLText.h"
 
 #include <string>
@@ -31,6 +32,12 @@ public:
     /// Markup that the caller knows to be right.
     void tags(std::string_view tags) { appendXMLTags(_xml, tags, _depth); }
 
+    /// The same for a literal, which costs less inside an embedded instance.
+    template <XMLMarkup markup>
+    void tags() {
+        _tags(XMLMarkupForms<markup>::plain, XMLMarkupForms<markup>::escapedOnce);
+    }
+
     void text(std::string_view text) { appendXMLText(_xml, text, XMLContext::element, _depth); }
     void attributeText(std::string_view text) { appendXMLText(_xml, text, XMLContext::attribute, _depth); }
 
@@ -44,6 +51,9 @@ public:
     /// itself.
     void instance(const IOrvoObject& object);
 
+    /// `object` as the text inside VALUE: an instance escaped once more than what is around it.
+    void embedded(const IOrvoObject& object);
+
     /// PROPERTY, PROPERTY.ARRAY or PROPERTY.REFERENCE, without a value inside when it is NULL. No such
     /// element holds an array of references: that becomes an array of strings, each an instance name's text.
     void property(const IOrvoProperty& property);
@@ -55,15 +65,22 @@ public:
     void valueText(const IOrvoValue& value);
 
 private:
+    struct Type;
+
+    void _tags(std::string_view plain, std::string_view escapedOnce);
     void _property(std::string_view name, const IOrvoValue& value);
-    void _openProperty(std::string_view element, std::string_view name, std::string_view type);
-    void _array(const IOrvoValue& array, bool asText);
+    void _arrayProperty(std::string_view name, const IOrvoValue& value, const Type& type);
+    void _openProperty(std::string_view name, std::string_view type);
+    void _value(const IOrvoValue& value, const Type& type);
+    void _valueText(const IOrvoValue& value, const Type& type);
+    void _plainText(const IOrvoValue& value);
+    void _array(const IOrvoValue& array, bool isText);
+    void _element(const IOrvoValue& element, bool isText);
     void _reference(const IOrvoInstanceName& name);
     void _namespacePath(std::string_view nameSpace);
     void _instanceName(const IOrvoInstanceName& name);
     void _keyBinding(const COrvoKeyBinding& key);
-    void _embedded(const IOrvoObject& instance);
-    bool _isAbsent(const IOrvoValue& value) const;
+    bool _isAbsent(const IOrvoValue& value, const Type& type) const;
 
     std::string& _xml;
     const References _references;

@@ -24,6 +24,12 @@ struct XMLLimits {
     std::size_t maxDepth = 256;
 };
 
+/// How the bytes of a document become characters.
+enum class XMLEncoding {
+    declared,  ///< As the document declares; UTF-8 where it declares nothing.
+    utf8,      ///< UTF-8, and a document that declares another encoding is refused.
+};
+
 /// The attributes of one element. Valid during the call of startElement() that received them.
 class XMLAttributes {
 public:
@@ -70,17 +76,18 @@ private:
 /// Reads XML documents that nobody vouches for.
 ///
 /// Document type declarations are refused, and with them external entities and every general entity but the
-/// five built in; nothing outside the document is ever opened. Input that is not well-formed, or past a
-/// limit, throws ORVXMLError, whose message tells line and column.
+/// five built in; nothing outside the document is ever opened. So are other versions of XML than 1.0, which
+/// allow characters that 1.0 has not, and zero bytes, behind the end of the document too. Input that is
+/// refused, not well-formed, or past a limit, throws ORVXMLError, whose message tells line and column.
 ///
 /// Threads: any number may read at once, with this object or others; a handler may read another document from
 /// inside its operations. Each thread keeps one parser for the next document.
 class SecureXMLReader {
 public:
     SecureXMLReader() = default;
-    explicit SecureXMLReader(const XMLLimits& limits) : _limits(limits) {}
+    explicit SecureXMLReader(const XMLLimits& limits, XMLEncoding encoding = XMLEncoding::declared)
+        : _limits(limits), _encoding(encoding) {}
 
-    /// Reads `text`, which is bytes in the encoding that the document declares (UTF-8 by default).
     void parse(std::string_view text, XMLHandler& handler) const;
 
     /// Reads `stream` up to its end. What its buffer throws reaches the caller unchanged.
@@ -92,6 +99,7 @@ public:
 
 private:
     XMLLimits _limits;
+    XMLEncoding _encoding = XMLEncoding::declared;
 };
 
 }  // namespace velm

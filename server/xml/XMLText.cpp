@@ -2,30 +2,96 @@
 
 #include "server/xml/Utf8.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 
 namespace velm {
 
 namespace {
 
 /// What a byte below 0x80 needs. Bytes above begin, or are, characters that have to be looked at whole.
-enum Kind : unsigned char { plain, always, inAttribute, forbidden, wide };
+enum Kind : unsigned char { plain, escaped, forbidden, wide };
+using Kinds = std::array<Kind, 256>;
 
-constexpr std::array<Kind, 256> kindTable() {
-    std::array<Kind, 256> kinds{};
+constexpr Kinds kindsIn(XMLContext context) {
+    Kinds kinds{};
     for (std::size_t byte = 0; byte < 0x20; ++byte) {
         kinds[byte] = forbidden;
     }
     for (std::size_t byte = 0x80; byte < 0x100; ++byte) {
         kinds[byte] = wide;
     }
-    kinds['\t'] = kinds['\n'] = kinds['"'] = kinds['\''] = inAttribute;
-    kinds['&'] = kinds['<'] = kinds['>'] = kinds['\r'] = always;
+    kinds['\t'] = kinds['\n'] = kinds['"'] = kinds['\''] = context == XMLContext::attribute ? escaped : plain;
+    kinds['&'] = kinds['<'] = kinds['>'] = kinds['\r'] = escaped;
     return kinds;
 }
 
-constexpr std::array<Kind, 256> kinds = kindTable();
+constexpr Kinds kindsInElements = kindsIn(XMLContext::element);
+constexpr Kinds kindsInAttributes = kindsIn(XMLContext::attribute);
+
+Kind kindOf(const Kinds& kinds, char character) noexcept {
+    return kinds[static_cast<unsigned char>(character)];
+}
+
+template <class Word>
+Word wordAt(const char* text) noexcept {
+    Word word;
+    std::memcpy(&word, text, sizeof word);
+    return word;
+}
+
+/// Whether each of the eight characters in `word` stands for itself in every place. False also for some that
+/// need no escaping where they are.
+bool areEightPlain(std::uint64_t word) noexcept {
+    constexpr std::uint64_t each = 0x0101010101010101;
+    constexpr std::uint64_t highBits = each * 0x80;
+    const auto zeroBytes = [](std::uint64_t bytes) { return (bytes - each) & ~bytes; };
+    const std::uint64_t controls = (word - each * 0x20) & ~word;
+    const std::uint64_t angles = zeroBytes((word | each * 2) ^ (each * '>'));
+    const std::uint64_t ampersandsAndQuotes = zeroBytes((word | each) ^ (each * '\''));
+    const std::uint64_t doubleQuotes = zeroBytes(word ^ (each * '"'));
+    return ((word | controls | angles | ampersandsAndQuotes | doubleQuotes) & highBits) == 0;
+}
+
+constexpr std::size_t step = sizeof(std::uint64_t);
+
+/// Whether `text` can be written as it is; as areEightPlain(). The last words overlap.
+bool isPlain(std::string_view text, const Kinds& kinds) noexcept {
+    const char* const begin = text.data();
+    if (text.size() < step / 2) {
+        return std::all_of(text.begin(), text.end(), [&](char c) { return kindOf(kinds, c) == plain; });
+    }
+    if (text.size() < step) {
+        const std::uint64_t last = wordAt<std::uint32_t>(begin + text.size() - step / 2);
+        return areEightPlain(wordAt<std::uint32_t>(begin) | last << 32);
+    }
+    for (std::size_t position = 0; position + step < text.size(); position += step) {
+        if (!areEightPlain(wordAt<std::uint64_t>(begin + position))) {
+            return false;
+        }
+    }
+    return areEightPlain(wordAt<std::uint64_t>(begin + text.size() - step));
+}
+
+/// The first character from `position` on that has to be looked at; `end` when there is none.
+const char* skipPlain(const char* position, const char* end, const Kinds& kinds) noexcept {
+    for (;;) {
+        while (end - position >= static_cast<std::ptrdiff_t>(step) &&
+               areEightPlain(wordAt<std::uint64_t>(position))) {
+            position += step;
+        }
+        const char* const stop = position + std::min<std::ptrdiff_t>(step, end - position);
+        while (position != stop && kindOf(kinds, *position) == plain) {
+            ++position;
+        }
+        if (position == end || position != stop) {
+            return position;
+        }
+    }
+}
 
 constexpr std::string_view replacement = "\xEF\xBF\xBD";
 
@@ -63,36 +129,43 @@ bool isAllowed(const Utf8Character& character) noexcept {
     return character.isValid && character.value != 0xFFFE && character.value != 0xFFFF;
 }
 
-}  // namespace
-
-void appendXMLText(std::string& xml, std::string_view text, XMLContext context, unsigned int depth) {
-    std::size_t runStart = 0;
-    std::size_t position = 0;
-    while (position < text.size()) {
-        const Kind kind = kinds[static_cast<unsigned char>(text[position])];
-        if (kind == plain || (kind == inAttribute && context == XMLContext::element)) {
-            ++position;
-            continue;
-        }
+/// appendXMLText() for a text that isPlain() does not pass.
+void appendEscaped(std::string& xml, std::string_view text, const Kinds& kinds, unsigned int depth) {
+    const char* runStart = text.data();
+    const char* const end = runStart + text.size();
+    const char* position = runStart;
+    while ((position = skipPlain(position, end, kinds)) != end) {
+        const Kind kind = kindOf(kinds, *position);
         std::size_t length = 1;
         if (kind == wide) {
-            const Utf8Character character = utf8At(text, position);
+            const Utf8Character character = utf8At(text, static_cast<std::size_t>(position - text.data()));
             length = character.length;
             if (isAllowed(character)) {
                 position += length;
                 continue;
             }
         }
-        xml.append(text, runStart, position - runStart);
-        if (kind == always || kind == inAttribute) {
-            appendEntity(xml, text[position], depth);
+        xml.append(runStart, position);
+        if (kind == escaped) {
+            appendEntity(xml, *position, depth);
         } else {
             xml += replacement;
         }
         position += length;
         runStart = position;
     }
-    xml.append(text, runStart);
+    xml.append(runStart, end);
+}
+
+}  // namespace
+
+void appendXMLText(std::string& xml, std::string_view text, XMLContext context, unsigned int depth) {
+    const Kinds& kinds = context == XMLContext::element ? kindsInElements : kindsInAttributes;
+    if (isPlain(text, kinds)) {
+        xml.append(text);
+    } else {
+        appendEscaped(xml, text, kinds, depth);
+    }
 }
 
 void appendXMLTags(std::string& xml, std::string_view tags, unsigned int depth) {

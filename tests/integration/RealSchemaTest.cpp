@@ -1,22 +1,19 @@
 #include "tests/support/LibraryHost.h"
+#include "tests/support/SharedFolder.h"
 
 #include <filesystem>
 
 #include <gmock/gmock.h>
 
-// A real class tree of well over a thousand classes. Skipped where the schema file is not beside the
-// checkout.
+// A real class tree of well over a thousand classes.
 namespace velm::test {
 namespace {
 
 using testing::HasSubstr;
 
 TEST(RealSchema, AnIndicationOfTheDeepestClassArrivesOnceAtRootMiddleAndLeaf) {
-    const std::filesystem::path schema =
-        std::filesystem::path(VELM_SOURCE_DIR).parent_path() / "shared/data/cim_schema.xml";
-    if (!std::filesystem::exists(schema)) {
-        GTEST_SKIP() << schema << " is not there";
-    }
+    const std::filesystem::path schema = realSchema();
+    VELM_SKIP_WITHOUT(schema);
     auto* repository = new COrvoRepository;
     const ORVSmrPtr<IOrvoRepository> handle(repository);
     repository->loadFile(schema.c_str(), Namespace);

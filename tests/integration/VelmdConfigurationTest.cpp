@@ -65,9 +65,16 @@ TEST_F(VelmdConfiguration, IsPrintedWithItsOrigins_WhenItIsChecked) {
     const std::string file = configure("[Server]\nPort = 4711\n");
     const ProgramResult result = runVelmd({"--config", file, "--check-config", "--state-dir", "/nowhere"});
     EXPECT_EQ(result.exitCode, 0);
-    EXPECT_THAT(result.output, AllOf(HasSubstr("4711"), HasSubstr(file + ", line 2"),
+    EXPECT_THAT(result.output, AllOf(testing::StartsWith("[Server]\n"), HasSubstr("4711"),
+                                     HasSubstr("(" + file + ", line 2)\n"), HasSubstr("(command line)\n"),
                                      testing::EndsWith("The configuration is fine.\n")));
     EXPECT_FALSE(std::filesystem::exists("/nowhere"));
+}
+
+TEST_F(VelmdConfiguration, IsExplainedByTheHelp) {
+    const ProgramResult result = runVelmd({"--help"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.output, AllOf(HasSubstr("default: root/kob/talmora"), HasSubstr("Exit codes: 0 ")));
 }
 
 TEST_F(VelmdConfiguration, IsRefusedWithPlaceKeyAndWhatIsAllowed_WhenItIsWrong) {
@@ -172,6 +179,28 @@ TEST_F(VelmdLogFile, ChangesPlaceAndFormat_WhenTheConfigurationDoes) {
     EXPECT_THAT(contentOf(logFile), StartsWith("{"));
     EXPECT_EQ(velmd.terminate(), 0);
     EXPECT_THAT(velmd.log(), Not(HasSubstr("Received SIGTERM")));
+}
+
+TEST_F(VelmdLogFile, IsRenamedWhenItIsFull_AndNoMoreAreKeptThanSaid) {
+    const ProgramProcess velmd(
+        velmdCommand(state, {"--log-file", logFile.string(), "--set", "Log.MaxBytes=10000", "--set",
+                             "Log.MaxFiles=2", "--set", "Log.TraceSeverity=4"}));
+    ASSERT_TRUE(waitForLine("Serving on port "));
+    const std::string said = contentOf(logFile);
+    const std::string before = "Serving on port ";
+    WBEMClient client(static_cast<std::uint16_t>(std::stoul(said.substr(said.find(before) + before.size()))));
+    for (std::uint32_t session = 1; session <= 300; ++session) {
+        const auto wanted = WBEMClient::subscriber("1", session) +
+                            WBEMClient::Parameters{{"IndicationType", value("Change")},
+                                                   {"ClassName", className("CIM_DataFile")}};
+        ASSERT_EQ(client.call("Subscribe", wanted).status(), 0);
+    }
+    for (const char* name : {"velmd.log", "velmd.1.log", "velmd.2.log"}) {
+        const auto file = directory.path() / name;
+        ASSERT_TRUE(std::filesystem::exists(file)) << name;
+        EXPECT_LE(std::filesystem::file_size(file), 10'000U) << name;
+    }
+    EXPECT_FALSE(std::filesystem::exists(directory.path() / "velmd.3.log"));
 }
 
 TEST_F(VelmdLogFile, SaysWhyTheDaemonDidNotStart_AsStandardErrorDoes) {

@@ -3,7 +3,8 @@
 // the next start, the one operation of each client that was not acknowledged wholly or not at all, and
 // nothing else.
 //
-// VELM_CRASH_ROUNDS and VELM_CRASH_SEED choose how often and where; scripts/crash-test runs the long form.
+// Several daemons are killed side by side. VELM_CRASH_KILLS and VELM_CRASH_SEED choose how often and where;
+// scripts/crash-test runs the long form.
 
 #include "tests/support/VelmdItems.h"
 #include "tests/support/VelmdProcess.h"
@@ -15,6 +16,7 @@
 #include <filesystem>
 #include <iostream>
 #include <map>
+#include <memory>
 #include <optional>
 #include <random>
 #include <set>
@@ -33,8 +35,15 @@ constexpr const char* itemsClass = "EX_Item";
 constexpr std::size_t itemLimit = 40;  // of one writer
 constexpr std::size_t classLimit = 6;  // of one writer
 constexpr unsigned int writerCount = 4;
-constexpr int longestLoad = 250;  // milliseconds
+constexpr unsigned int laneCount = 4;
+constexpr int longestLoad = 200;  // milliseconds
 constexpr int longestStart = 60;  // milliseconds
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr unsigned int usualKills = 40;  // a sanitized daemon takes long to start
+#else
+constexpr unsigned int usualKills = 320;
+#endif
 
 unsigned int numberFrom(const char* variable, unsigned int fallback) {
     const char* text = std::getenv(variable);
@@ -264,87 +273,143 @@ Contents contentsOf(WBEMClient& client) {
     return contents;
 }
 
-class VelmdCrash : public testing::Test {
-protected:
-    int between(int least, int most) { return std::uniform_int_distribution(least, most)(random); }
+/// How often and where; said in the test's output.
+struct Plan {
+    const unsigned int kills = std::max(laneCount, numberFrom("VELM_CRASH_KILLS", usualKills));
+    const unsigned int seed = numberFrom("VELM_CRASH_SEED", std::random_device()());
 
-    /// Lets the writers write and kills the daemon at a moment that nobody knows before.
-    void runOnce(std::vector<Writer>& writers) {
-        VelmdProcess velmd(directory.path());
+    Plan() { std::cout << "seed " << seed << std::endl; }
+};
+
+/// A daemon that is killed and started again, with the clients that write to it.
+class Lane {
+public:
+    Lane(unsigned int number, unsigned int seed) : _random(seed + number * writerCount) {
+        for (unsigned int writer = 0; writer < writerCount; ++writer) {
+            _writers.emplace_back(writer, seed + number * writerCount);
+        }
+        const VelmdProcess velmd(_directory.path());
+        WBEMClient client(velmd.port());
+        EXPECT_EQ(client.call("CreateClass", {{"NewClass", itemClass(itemsClass)}}).status(), 0);
+    }
+
+    void run(unsigned int kills) {
+        try {
+            while (_kills < kills && !testing::Test::HasFailure()) {
+                _killOnce();
+            }
+            VelmdProcess velmd(_directory.path());
+            _check(velmd);
+            EXPECT_EQ(velmd.terminate(), 0) << velmd.log();
+        } catch (const std::exception& problem) {
+            ADD_FAILURE() << problem.what();
+        }
+    }
+
+    std::size_t acknowledged() const {
+        std::size_t all = 0;
+        for (const Writer& writer : _writers) {
+            all += writer.count;
+        }
+        return all;
+    }
+    unsigned int kills() const { return _kills; }
+    std::size_t losses() const { return _losses; }
+
+private:
+    bool _isOneOf(int count) { return std::uniform_int_distribution(1, count)(_random) == 1; }
+
+    void _waitUpTo(int milliseconds) {
+        std::this_thread::sleep_for(
+            std::chrono::microseconds(std::uniform_int_distribution(0, milliseconds * 1000)(_random)));
+    }
+
+    /// Kills a daemon while clients write, once what the last one left was checked; or while it is starting.
+    void _killOnce() {
+        ++_kills;
+        if (_isOneOf(5)) {
+            const ProgramProcess starting(velmdCommand(_directory.path()));
+            _waitUpTo(longestStart);
+            return;
+        }
+        VelmdProcess velmd(_directory.path());
+        _check(velmd);
+        if (_isOneOf(5)) {
+            EXPECT_EQ(velmd.terminate(), 0) << velmd.log();
+            VelmdProcess next(_directory.path());
+            _killUnderLoad(next);
+        } else {
+            _killUnderLoad(velmd);
+        }
+    }
+
+    void _killUnderLoad(VelmdProcess& velmd) {
         std::vector<std::thread> threads;
-        for (Writer& writer : writers) {
+        for (Writer& writer : _writers) {
             threads.emplace_back([&writer, port = velmd.port()] { writer.write(port); });
         }
-        std::this_thread::sleep_for(std::chrono::microseconds(between(0, longestLoad * 1000)));
+        _waitUpTo(longestLoad);
         velmd.kill();
         for (std::thread& thread : threads) {
             thread.join();
         }
     }
 
-    /// The number of writers that found something wrong.
-    std::size_t check(std::vector<Writer>& writers) {
-        VelmdProcess velmd(directory.path());
+    void _check(const VelmdProcess& velmd) {
         WBEMClient client(velmd.port());
         const Contents found = contentsOf(client);
-        std::size_t losses = 0;
-        for (Writer& writer : writers) {
+        for (Writer& writer : _writers) {
             EXPECT_EQ(writer.refused, "");
             const std::string problem = writer.compareWith(found);
-            EXPECT_EQ(problem, "");
-            losses += problem.empty() ? 0 : 1;
+            EXPECT_EQ(problem, "") << "after " << _kills << " kills";
+            _losses += problem.empty() ? 0 : 1;
         }
-        if (between(0, 1) == 0) {
-            EXPECT_EQ(velmd.terminate(), 0) << velmd.log();
-        }
-        return losses;
     }
 
-    const unsigned int rounds = std::max(1U, numberFrom("VELM_CRASH_ROUNDS", 12));
-    const unsigned int seed = numberFrom("VELM_CRASH_SEED", std::random_device()());
-    std::mt19937 random{seed};
-    TemporaryDirectory directory;
+    const TemporaryDirectory _directory;
+    std::mt19937 _random;
+    std::vector<Writer> _writers;
+    unsigned int _kills = 0;
+    std::size_t _losses = 0;
 };
 
 }  // namespace
 
-TEST_F(VelmdCrash, LosesNothingThatWasAcknowledged) {
-    std::cout << "seed " << seed << std::endl;
-    {
-        VelmdProcess velmd(directory.path());
-        ASSERT_EQ(
-            WBEMClient(velmd.port()).call("CreateClass", {{"NewClass", itemClass(itemsClass)}}).status(), 0);
+TEST(VelmdCrash, LosesNothingThatWasAcknowledged) {
+    const Plan plan;
+    std::vector<std::unique_ptr<Lane>> lanes;
+    std::vector<std::thread> threads;
+    for (unsigned int number = 0; number < laneCount; ++number) {
+        lanes.push_back(std::make_unique<Lane>(number, plan.seed));
+        threads.emplace_back([&plan, lane = lanes.back().get()] { lane->run(plan.kills / laneCount); });
     }
-    std::vector<Writer> writers;
-    for (unsigned int number = 0; number < writerCount; ++number) {
-        writers.emplace_back(number, seed);
-    }
-    std::size_t losses = 0;
-    for (unsigned int round = 1; round <= rounds; ++round) {
-        runOnce(writers);
-        losses += check(writers);
-        ASSERT_FALSE(HasFailure()) << "in round " << round;
-    }
+    unsigned int kills = 0;
     std::size_t checked = 0;
-    for (const Writer& writer : writers) {
-        checked += writer.count;
+    std::size_t losses = 0;
+    for (unsigned int number = 0; number < laneCount; ++number) {
+        threads[number].join();
+        kills += lanes[number]->kills();
+        checked += lanes[number]->acknowledged();
+        losses += lanes[number]->losses();
     }
-    EXPECT_GE(checked, rounds);
-    std::cout << "rounds: " << rounds << ", acknowledged writes checked: " << checked
-              << ", losses: " << losses << std::endl;
+    EXPECT_GE(checked, kills);
+    std::cout << "kills: " << kills << ", acknowledged writes checked: " << checked << ", losses: " << losses
+              << std::endl;
 }
 
-TEST_F(VelmdCrash, LeavesAStoreThatServes_WhenItWasJustBeingMade) {
-    std::cout << "seed " << seed << std::endl;
-    for (unsigned int round = 0; round < rounds; ++round) {
+TEST(VelmdCrash, LeavesAStoreThatServes_WhenItWasJustBeingMade) {
+    const Plan plan;
+    const TemporaryDirectory directory;
+    std::mt19937 random(plan.seed);
+    for (unsigned int round = 0; round < plan.kills / 10; ++round) {
         const auto state = directory.path() / std::to_string(round);
         {
-            ProgramProcess velmd(velmdCommand(state));
+            const ProgramProcess velmd(velmdCommand(state));
             ASSERT_TRUE(holdsInTime([&] { return std::filesystem::exists(state / "repository.db"); }));
-            std::this_thread::sleep_for(std::chrono::microseconds(between(0, longestStart * 1000)));
-            velmd.kill();
+            std::this_thread::sleep_for(
+                std::chrono::microseconds(std::uniform_int_distribution(0, longestStart * 1000)(random)));
         }
-        VelmdProcess velmd(state);
+        const VelmdProcess velmd(state);
         WBEMClient client(velmd.port());
         ASSERT_EQ(
             client.call("CreateClass", {{"NewClass", itemClass(itemsClass, "CIM_ManagedElement")}}).status(),

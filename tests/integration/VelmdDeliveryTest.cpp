@@ -11,15 +11,11 @@
 #include "tests/support/VelmdProcess.h"
 #include "tests/support/WBEMClient.h"
 
-#include <arpa/inet.h>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <memory>
-#include <netinet/in.h>
 #include <string>
-#include <sys/socket.h>
-#include <unistd.h>
 #include <utility>
 
 #include <gmock/gmock.h>
@@ -34,53 +30,14 @@ namespace {
 constexpr const char* channelPort = "1";
 constexpr std::uint32_t channelSession = 9;
 
-/// The client's end of a channel, opened and then not read.
-class ChannelSocket {
-public:
-    ChannelSocket(std::uint16_t port, const std::string& request)
-        : _socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        // Little is taken that nobody reads.
-        const int size = 4096;
-        ::setsockopt(_socket, SOL_SOCKET, SO_RCVBUF, &size, sizeof size);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(port);
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        EXPECT_EQ(::connect(_socket, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-        EXPECT_EQ(::send(_socket, request.data(), request.size(), MSG_NOSIGNAL),
-                  static_cast<ssize_t>(request.size()));
-        _receiveUntil("</CIM>");
-    }
-    ChannelSocket(const ChannelSocket&) = delete;
-    ChannelSocket& operator=(const ChannelSocket&) = delete;
-    ~ChannelSocket() { close(); }
-
-    void close() {
-        if (_socket >= 0) {
-            ::close(std::exchange(_socket, -1));
-        }
-    }
-
-    void reset() {
-        const linger atOnce{1, 0};
-        ::setsockopt(_socket, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
-        close();
-    }
-
-private:
-    void _receiveUntil(const std::string& text) {
-        const timeval patience{10, 0};
-        ::setsockopt(_socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-        std::string received;
-        char byte = 0;
-        while (received.find(text) == std::string::npos && ::recv(_socket, &byte, 1, 0) == 1) {
-            received += byte;
-        }
-        EXPECT_THAT(received, testing::EndsWith(text));
-    }
-
-    int _socket;
-};
+/// Opens a channel; little is taken by the system that the client does not read.
+std::unique_ptr<ResponseSocket> registerChannel(std::uint16_t port, const WBEMClient::Parameters& identity) {
+    constexpr int smallBuffer = 4096;
+    auto channel = std::make_unique<ResponseSocket>(port, smallBuffer);
+    channel->send(WBEMClient(port).request("RegisterNotificationChannel", identity));
+    EXPECT_EQ(channel->next().httpStatus, 200U);
+    return channel;
+}
 
 class VelmdDelivery : public testing::Test {
 protected:
@@ -97,10 +54,9 @@ protected:
         ASSERT_TRUE(client.call("Subscribe", creations(WBEMClient::subscriber(listener.port()))).has("TRUE"));
     }
 
-    std::unique_ptr<ChannelSocket> openChannel(int subscriptions = 1) {
+    std::unique_ptr<ResponseSocket> openChannel(int subscriptions = 1) {
         const auto identity = WBEMClient::subscriber(channelPort, channelSession);
-        auto channel = std::make_unique<ChannelSocket>(
-            velmd.port(), client.request("RegisterNotificationChannel", identity));
+        auto channel = registerChannel(velmd.port(), identity);
         for (int count = 0; count < subscriptions; ++count) {
             EXPECT_TRUE(client.call("Subscribe", creations(identity)).has("TRUE"));
         }
@@ -196,7 +152,7 @@ TEST_F(VelmdDelivery, IsNoReasonToStayAlive_WhenAChannelIsNotRead) {
     WBEMClient writer(other.port());
     ASSERT_EQ(writer.call("CreateClass", {{"NewClass", itemClass("EX_Item")}}).status(), 0);
     const auto identity = WBEMClient::subscriber(channelPort, channelSession);
-    const ChannelSocket channel(other.port(), writer.request("RegisterNotificationChannel", identity));
+    const auto channel = registerChannel(other.port(), identity);
     ASSERT_TRUE(writer.call("Subscribe", creations(identity)).has("TRUE"));
     for (int number = 0; number < floodSize; ++number) {
         const std::string item = itemInstance("EX_Item", std::to_string(number), std::string(500'000, 'c'));

@@ -17,6 +17,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -97,6 +98,30 @@ protected:
     }
 
     TemporaryDirectory directory;
+};
+
+/// With a provider that waits in its operations as long as hold() says.
+class VelmdStopAtAGate : public VelmdStop {
+protected:
+    std::vector<std::string> withGate(int drainSeconds) const {
+        const auto folder = providerFolder(directory, "gate", VELM_TEST_GATE_PROVIDER);
+        return {"--set", "Server.DrainSeconds=" + std::to_string(drainSeconds),
+                "--set", "Providers.Directory=" + folder,
+                "--set", "Providers.gate=" + directory.path().string()};
+    }
+
+    bool isWaiting() const { return std::filesystem::exists(directory.path() / "waiting"); }
+    void letGo() const { std::filesystem::remove(directory.path() / "hold"); }
+
+    /// Has a request carried out that does not come to its end.
+    void hold(const VelmdProcess& velmd, ResponseSocket& connection) const {
+        directory.write("hold", "");
+        connection.send(WBEMClient(velmd.port())
+                            .request("EnumerateInstanceNames", {{"ClassName", className("CIM_DataFile")}}));
+        ASSERT_TRUE(holdsInTime([this] { return isWaiting(); }));
+    }
+
+    const std::filesystem::path state = directory.path() / "state";
 };
 
 enum class Ending { terminated, killed };
@@ -239,19 +264,105 @@ TEST_F(VelmdStop, GoesOnAtOnce_WhenThereIsNoTimeToDrain) {
                                    HasSubstr("1 indication(s) were not delivered")));
 }
 
-TEST_F(VelmdStop, EndsAllTheSame_WhenAProviderDoesNotComeBack) {
-    const auto folder = providerFolder(directory, "gate", VELM_TEST_GATE_PROVIDER);
-    VelmdProcess velmd(directory.path() / "state",
-                       {"--set", "Server.DrainSeconds=0", "--set", "Providers.Directory=" + folder, "--set",
-                        "Providers.gate=" + directory.path().string()});
-    directory.write("hold", "");
-    const WBEMClient client(velmd.port());
+TEST_F(VelmdStopAtAGate, EndsAllTheSame_WhenAProviderDoesNotComeBack) {
+    VelmdProcess velmd(state, withGate(0));
     ResponseSocket stuck(velmd.port());
-    stuck.send(client.request("EnumerateInstanceNames", {{"ClassName", className("CIM_DataFile")}}));
-    ASSERT_TRUE(holdsInTime([this] { return std::filesystem::exists(directory.path() / "waiting"); }));
+    hold(velmd, stuck);
     velmd.signal(SIGTERM);
     EXPECT_EQ(velmd.wait(seconds(10)), 1);
-    EXPECT_THAT(velmd.log(), HasSubstr("a request or a provider did not come to its end within 3 seconds."));
+    EXPECT_THAT(velmd.log(),
+                HasSubstr("a request or a provider did not come to its end within 3 seconds; left behind: 1 "
+                          "request(s) being carried out, 0 indication(s) not delivered."));
+}
+
+TEST_F(VelmdStopAtAGate, LeavesHalfOfItsTimeToWhatIsQueued_WhenARequestTakesItsOwn) {
+    VelmdProcess velmd(state, withGate(6));
+    WBEMClient client(velmd.port());
+    createClass(client);
+    ScriptedListener hanging(hangingAnswer());
+    ScriptedListener behind(goodAnswer());
+    ASSERT_TRUE(client.call("Subscribe", subscription(hanging)).has("TRUE"));
+    ASSERT_TRUE(client.call("Subscribe", subscription(behind)).has("TRUE"));
+    ASSERT_EQ(client.call("CreateInstance", newItem("1")).status(), 0);
+    ASSERT_TRUE(hanging.waitForRequests(1));
+    ResponseSocket stuck(velmd.port());
+    hold(velmd, stuck);
+    velmd.signal(SIGTERM);
+    EXPECT_THROW(stuck.next(), std::runtime_error) << "it is cut off";
+    letGo();
+    hanging.release();
+    EXPECT_EQ(velmd.wait(), 0);
+    EXPECT_EQ(behind.requestCount(), 1U);
+    EXPECT_THAT(velmd.log(),
+                HasSubstr("Stopped; 1 request(s) were cut off and 0 indication(s) were not delivered."));
+}
+
+TEST_F(VelmdStopAtAGate, EndsAtOnce_WhenItIsToldTwiceWhileARequestIsCarriedOut) {
+    VelmdProcess velmd(state, withGate(600));
+    ResponseSocket stuck(velmd.port());
+    hold(velmd, stuck);
+    velmd.signal(SIGINT);
+    ASSERT_TRUE(velmd.waitForLog("Received SIGINT, stopping."));
+    velmd.signal(SIGINT);
+    EXPECT_EQ(velmd.wait(seconds(5)), 1);
+    EXPECT_THAT(velmd.log(), HasSubstr("Ended at once by SIGINT while stopping; left behind: 1 request(s) "
+                                       "being carried out, 0 indication(s) not delivered."));
+}
+
+TEST_F(VelmdStopAtAGate, EndsAtOnce_WhenItIsToldBeforeItServes) {
+    directory.write("hold", "");
+    ProgramProcess velmd(velmdCommand(state, withGate(600)));
+    ASSERT_TRUE(holdsInTime([this] { return isWaiting(); }));
+    velmd.signal(SIGTERM);
+    EXPECT_EQ(velmd.wait(seconds(5)), 1);
+    EXPECT_THAT(velmd.log(), HasSubstr("Ended at once by SIGTERM, before the start was complete."));
+    letGo();
+    VelmdProcess again(state);
+    EXPECT_EQ(WBEMClient(again.port()).call("EnumerateClassNames").status(), 0);
+}
+
+TEST_F(VelmdStop, EndsAtOnceAndSaysWhatIsLeft_WhenItIsToldTwice) {
+    VelmdProcess velmd(directory.path(), {"--set", "Server.DrainSeconds=600"});
+    WBEMClient client(velmd.port());
+    createClass(client);
+    ScriptedListener hanging(hangingAnswer());
+    ASSERT_TRUE(client.call("Subscribe", subscription(hanging)).has("TRUE"));
+    ASSERT_EQ(client.call("CreateInstance", newItem("1")).status(), 0);
+    ASSERT_TRUE(hanging.waitForRequests(1));
+    ASSERT_EQ(client.call("CreateInstance", newItem("2")).status(), 0);
+    velmd.signal(SIGTERM);
+    ASSERT_TRUE(velmd.waitForLog("Received SIGTERM, stopping."));
+    velmd.signal(SIGINT);
+    EXPECT_EQ(velmd.wait(seconds(5)), 1);
+    EXPECT_THAT(velmd.log(), HasSubstr("Ended at once by SIGINT while stopping; left behind: 0 request(s) "
+                                       "being carried out, 2 indication(s) not delivered."));
+}
+
+TEST_F(VelmdStop, GivesASlowClientNoTime) {
+    VelmdProcess velmd(directory.path(), {"--set", "Server.DrainSeconds=600"});
+    const WBEMClient client(velmd.port());
+    const std::string request = client.request("CreateClass", {{"NewClass", itemClass("EX_Item")}});
+    ResponseSocket trickling(velmd.port());
+    trickling.send(request.substr(0, request.size() - 200));
+    std::atomic<bool> isClosed{false};
+    std::thread trickle([&] {
+        try {
+            for (std::size_t at = request.size() - 200; at < request.size() - 1; ++at) {
+                trickling.send(request.substr(at, 1));
+                ::usleep(20'000);
+            }
+        } catch (const std::runtime_error&) {
+            isClosed = true;
+        }
+    });
+    ResponseSocket silent(velmd.port());
+    silent.send("POST /cimom HT");
+    EXPECT_EQ(WBEMClient(velmd.port()).call("EnumerateClassNames").status(), 0);
+    velmd.signal(SIGTERM);
+    EXPECT_EQ(velmd.wait(seconds(5)), 0);
+    EXPECT_THAT(velmd.log(), HasSubstr("Stopped; nothing was left undone."));
+    trickle.join();
+    EXPECT_TRUE(isClosed);
 }
 
 TEST_F(VelmdStop, RefusesASecondDaemonOnItsStateDirectory) {

@@ -1,8 +1,13 @@
 #include "tests/support/DTDCheck.h"
 
+#include "tests/support/SharedFolder.h"
+
+#include <cstdio>
 #include <memory>
 #include <mutex>
 
+#include <boost/algorithm/string/replace.hpp>
+#include <gtest/gtest.h>
 #include <libxml/parser.h>
 #include <libxml/valid.h>
 
@@ -12,8 +17,17 @@ namespace {
 
 std::mutex validating;
 
+xmlDtdPtr loadDTD() {
+    const std::string file = documentType().string();
+    if (!std::filesystem::exists(file)) {
+        std::fprintf(stderr, "Documents are not validated: there is no %s\n", file.c_str());
+        return nullptr;
+    }
+    return xmlParseDTD(nullptr, reinterpret_cast<const xmlChar*>(file.c_str()));
+}
+
 xmlDtdPtr loadedDTD() {
-    static xmlDtdPtr dtd = xmlParseDTD(nullptr, reinterpret_cast<const xmlChar*>(VELM_TEST_DTD));
+    static xmlDtdPtr dtd = loadDTD();
     return dtd;
 }
 
@@ -26,12 +40,13 @@ void collect(void* problem, const char* format, ...) {
     *static_cast<std::string*>(problem) += text;
 }
 
-}  // namespace
-
-bool hasDTD() {
-    const std::lock_guard lock(validating);
-    return loadedDTD() != nullptr;
+bool opensChannel(const std::string& message) {
+    return message.find(
+               "<IMETHODRESPONSE NAME=\"RegisterNotificationChannel\"><RETURNVALUE TYPE=\"uint32\">") !=
+           std::string::npos;
 }
+
+}  // namespace
 
 std::string dtdProblem(const std::string& document) {
     const std::lock_guard lock(validating);
@@ -40,7 +55,7 @@ std::string dtdProblem(const std::string& document) {
     }
     const std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)> parsed(
         xmlReadMemory(document.data(), static_cast<int>(document.size()), "document", nullptr,
-                      XML_PARSE_NONET | XML_PARSE_NOERROR),
+                      XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_HUGE),
         &xmlFreeDoc);
     if (!parsed) {
         return "not well-formed";
@@ -51,6 +66,15 @@ std::string dtdProblem(const std::string& document) {
     context->userData = &problem;
     context->error = &collect;
     return xmlValidateDtd(context.get(), parsed.get(), loadedDTD()) == 1 ? "" : "not valid: " + problem;
+}
+
+void expectValidMessage(const std::string& message) {
+    std::string checked = message;
+    if (opensChannel(message)) {
+        boost::algorithm::replace_first(checked, "<RETURNVALUE TYPE=\"uint32\">", "<IRETURNVALUE>");
+        boost::algorithm::replace_first(checked, "</RETURNVALUE>", "</IRETURNVALUE>");
+    }
+    EXPECT_EQ(dtdProblem(checked), "") << message.substr(0, 10'000);
 }
 
 }  // namespace velm::test

@@ -33,7 +33,7 @@ std::string valuesOf(xmlXPathContext& context, const std::string& property) {
 }  // namespace
 
 ExportedIndication ExportedIndication::read(const std::string& body) {
-    EXPECT_EQ(dtdProblem(body), "") << body;
+    expectValidMessage(body);
     const Document document(xmlReadMemory(body.data(), static_cast<int>(body.size()), "indication", nullptr,
                                           XML_PARSE_NONET | XML_PARSE_NOERROR),
                             &xmlFreeDoc);

@@ -1,38 +1,18 @@
 #include "tests/support/WBEMClient.h"
 
-#include "tests/support/DTDCheck.h"
-
 #include <algorithm>
 #include <arpa/inet.h>
-#include <cctype>
 #include <cerrno>
 #include <netinet/in.h>
 #include <stdexcept>
 #include <sys/socket.h>
 #include <system_error>
 #include <unistd.h>
-
-#include <gtest/gtest.h>
+#include <utility>
 
 namespace velm::test {
 
 namespace {
-
-std::string lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char character) { return static_cast<char>(std::tolower(character)); });
-    return text;
-}
-
-std::string attributeAfter(const std::string& text, std::string_view element, const std::string& name) {
-    const auto at = text.find(element);
-    const auto start = at == std::string::npos ? at : text.find(name + "=\"", at);
-    if (start == std::string::npos) {
-        return {};
-    }
-    const auto first = start + name.size() + 2;
-    return text.substr(first, text.find('"', first) - first);
-}
 
 std::string namespacePath(std::string_view nameSpace) {
     std::string xml = "<LOCALNAMESPACEPATH>";
@@ -46,74 +26,72 @@ std::string namespacePath(std::string_view nameSpace) {
 
 }  // namespace
 
-int WBEMAnswer::status() const {
-    const std::string code = attributeAfter(body, "<ERROR ", "CODE");
-    return code.empty() ? 0 : std::stoi(code);
-}
-
-std::string WBEMAnswer::description() const {
-    return attributeAfter(body, "<ERROR ", "DESCRIPTION");
-}
-
-ResponseSocket::ResponseSocket(std::uint16_t port)
+ResponseSocket::ResponseSocket(std::uint16_t port, int receiveBuffer)
     : _socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     const timeval patience{60, 0};
     ::setsockopt(_socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    if (receiveBuffer > 0) {
+        ::setsockopt(_socket, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
+    }
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     if (::connect(_socket, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
         const int error = errno;
-        ::close(_socket);
+        close();
         throw std::runtime_error("connect: " + std::generic_category().message(error));
     }
 }
 
 ResponseSocket::~ResponseSocket() {
-    ::close(_socket);
+    close();
 }
 
-void ResponseSocket::send(const std::string& bytes) {
-    for (std::size_t sent = 0; sent < bytes.size();) {
-        const ssize_t size = ::send(_socket, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+void ResponseSocket::send(std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t size = ::send(_socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
         if (size <= 0) {
             throw std::runtime_error("send: " + std::generic_category().message(errno));
         }
-        sent += static_cast<std::size_t>(size);
+        bytes.remove_prefix(static_cast<std::size_t>(size));
     }
 }
 
-void ResponseSocket::_receiveMore() {
+bool ResponseSocket::_receiveMore() {
     char chunk[16384];
     const ssize_t size = ::recv(_socket, chunk, sizeof chunk, 0);
-    if (size <= 0) {
-        throw std::runtime_error("the server closed the connection or is silent: " + _unread);
+    if (size > 0) {
+        _responses.append({chunk, static_cast<std::size_t>(size)});
     }
-    _unread.append(chunk, static_cast<std::size_t>(size));
+    return size > 0;
 }
 
 WBEMAnswer ResponseSocket::next() {
-    std::size_t headEnd = 0;
-    while ((headEnd = _unread.find("\r\n\r\n")) == std::string::npos) {
-        _receiveMore();
+    for (;;) {
+        if (std::optional<WBEMAnswer> answer = _responses.next()) {
+            return *answer;
+        }
+        if (!_receiveMore()) {
+            throw std::runtime_error("the server closed the connection or is silent: " + _responses.unread());
+        }
     }
-    WBEMAnswer answer;
-    answer.httpStatus = static_cast<unsigned int>(std::stoul(_unread.substr(9, 3)));
-    for (std::size_t line = _unread.find("\r\n") + 2; line < headEnd;) {
-        const std::size_t end = _unread.find("\r\n", line);
-        const std::size_t colon = _unread.find(':', line);
-        answer.headers[lower(_unread.substr(line, colon - line))] =
-            _unread.substr(colon + 2, end - colon - 2);
-        line = end + 2;
+}
+
+std::optional<WBEMAnswer> ResponseSocket::nextBeforeClose() {
+    return _responses.unread().empty() && !_receiveMore() ? std::nullopt : std::optional(next());
+}
+
+void ResponseSocket::close() {
+    if (_socket >= 0) {
+        ::close(std::exchange(_socket, -1));
     }
-    const std::size_t bodyEnd = headEnd + 4 + std::stoul(answer.headers.at("content-length"));
-    while (_unread.size() < bodyEnd) {
-        _receiveMore();
-    }
-    answer.body = _unread.substr(headEnd + 4, bodyEnd - headEnd - 4);
-    _unread.erase(0, bodyEnd);
-    return answer;
+}
+
+void ResponseSocket::reset() {
+    const linger atOnce{1, 0};
+    ::setsockopt(_socket, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+    close();
 }
 
 WBEMClient::WBEMClient(std::uint16_t port, std::string nameSpace)
@@ -144,9 +122,6 @@ WBEMAnswer WBEMClient::call(const std::string& method, const Parameters& paramet
     WBEMAnswer answer = _connection->next();
     if (answer.headers.contains("connection") && answer.headers.at("connection") == "close") {
         _connection.reset();
-    }
-    if (!answer.body.empty()) {
-        EXPECT_EQ(dtdProblem(answer.body), "") << answer.body;
     }
     return answer;
 }

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "tests/support/ResponseReader.h"
+
 #include <cstdint>
-#include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -10,43 +12,36 @@
 
 namespace velm::test {
 
-/// What came back for an intrinsic call.
-struct WBEMAnswer {
-    unsigned int httpStatus = 0;
-    /// Names in lower case.
-    std::map<std::string, std::string> headers;
-    std::string body;
-
-    /// The code of the ERROR element; 0 when there is none.
-    int status() const;
-    /// Its description; empty when there is none.
-    std::string description() const;
-    bool has(std::string_view text) const { return body.find(text) != std::string::npos; }
-};
-
-/// A connected socket from which HTTP responses are read one after the other. Used by one thread. The
-/// destructor closes it. Failure: std::runtime_error when the peer closes or is silent for a minute.
+/// A connected socket from which HTTP responses are read one after the other, and validated. Used by one
+/// thread. The destructor closes it. Failure: std::runtime_error when the peer closes or is silent for a
+/// minute.
 class ResponseSocket {
 public:
-    /// Connects to a port of this machine.
-    explicit ResponseSocket(std::uint16_t port);
+    /// Connects to a port of this machine. `receiveBuffer`, in bytes: how much the system takes that nobody
+    /// reads; 0 leaves it to the system.
+    explicit ResponseSocket(std::uint16_t port, int receiveBuffer = 0);
     ResponseSocket(const ResponseSocket&) = delete;
     ResponseSocket& operator=(const ResponseSocket&) = delete;
     ~ResponseSocket();
 
-    void send(const std::string& bytes);
+    void send(std::string_view bytes);
     WBEMAnswer next();
+    /// The next one, or nothing when the server closes instead, or is silent for a minute.
+    std::optional<WBEMAnswer> nextBeforeClose();
+
+    void close();
+    /// Closes with a TCP reset.
+    void reset();
 
 private:
-    void _receiveMore();
+    bool _receiveMore();
 
     int _socket;
-    std::string _unread;
+    ResponseReader _responses;
 };
 
-/// A client of the daemon with one connection, kept open; every answer is validated against the DTD where
-/// that is at hand. Used by one thread. Failure: std::runtime_error when the server cannot be reached or
-/// answers no HTTP.
+/// A client of the daemon with one connection, kept open; every answer is validated. Used by one thread.
+/// Failure: std::runtime_error when the server cannot be reached or answers no HTTP.
 class WBEMClient {
 public:
     using Parameters = std::vector<std::pair<std::string, std::string>>;

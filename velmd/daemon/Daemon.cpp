@@ -68,7 +68,15 @@ std::string presentFailure() {
     }
 }
 
+const char* nameOf(int signal) {
+    return signal == SIGTERM ? "SIGTERM" : "SIGINT";
+}
+
+/// A provider may take its time to start, or never come back.
 std::unique_ptr<Server> startServer(const Settings& settings) {
+    const LastResort lastResort(LastResort::never, [](int signal) {
+        return fmt::format("Ended at once by {}, before the start was complete.", nameOf(signal));
+    });
     try {
         return std::make_unique<Server>(settings);
     } catch (...) {
@@ -113,7 +121,7 @@ void waitForTheEnd(const CommandLine& commandLine, Settings& settings, Server& s
         if (signal == SIGHUP) {
             reload(commandLine, settings, server);
         } else if (signal != 0) {
-            logInformation(fmt::format("Received {}, stopping.", signal == SIGTERM ? "SIGTERM" : "SIGINT"));
+            logInformation(fmt::format("Received {}, stopping.", nameOf(signal)));
             return;
         }
         if (server.makesProgress()) {
@@ -124,14 +132,37 @@ void waitForTheEnd(const CommandLine& commandLine, Settings& settings, Server& s
     }
 }
 
-void stop(std::unique_ptr<Server> server, milliseconds patience) {
-    const LastResort lastResort(patience + grace);
-    const Server::Leftover left = server->stop(patience);
+void stopServing(Server& server, milliseconds patience) {
+    const Server::Leftover left = server.stop(patience);
     logInformation(
         left.requests == 0 && left.indications == 0
             ? "Stopped; nothing was left undone."
             : fmt::format("Stopped; {} request(s) were cut off and {} indication(s) were not delivered.",
                           left.requests, left.indications));
+}
+
+/// In `patience` and the grace, whatever hangs.
+void stop(std::unique_ptr<Server> server, milliseconds patience) {
+    const milliseconds longest = patience + grace;
+    const auto deadline = LastResort::Clock::now() + longest;
+    const auto reason = [longest](int signal) {
+        return signal != 0 ? fmt::format("Ended at once by {} while stopping", nameOf(signal))
+                           : fmt::format(
+                                 "Ended without them: a request or a provider did not come to its end within "
+                                 "{} seconds",
+                                 std::chrono::ceil<std::chrono::seconds>(longest).count());
+    };
+    {
+        const LastResort lastResort(deadline, [&](int signal) {
+            const Server::Leftover left = server->underWay();
+            return fmt::format(
+                "{}; left behind: {} request(s) being carried out, {} indication(s) not "
+                "delivered.",
+                reason(signal), left.requests, left.indications);
+        });
+        stopServing(*server, patience);
+    }
+    const LastResort lastResort(deadline, [&](int signal) { return reason(signal) + "."; });
     server.reset();
 }
 
@@ -156,13 +187,14 @@ int serve(const CommandLine& commandLine) {
     logInformation("Serving on " + server->describe() + ".");
     tellReady(server->describe());
     waitForTheEnd(commandLine, settings, *server, signals);
-    tellStopping();
-    stop(std::move(server), settings.seconds("Server", "DrainSeconds"));
+    const milliseconds patience = settings.seconds("Server", "DrainSeconds");
+    tellStopping(patience + grace);
+    stop(std::move(server), patience);
     return 0;
 }
 
 int checkConfiguration(const CommandLine& commandLine) {
-    fmt::print("{}The configuration is fine.\n", readSettings(commandLine).describe());
+    fmt::print("{}\nThe configuration is fine.\n", readSettings(commandLine).describe());
     return 0;
 }
 
@@ -178,10 +210,9 @@ int import(const CommandLine& commandLine) {
     if (repository.isNew()) {
         seed(repository);
     }
-    const std::string nameSpace = commandLine.nameSpace.empty() ? mirroredNamespace : commandLine.nameSpace;
-    const Import::Count count = files.into(repository, nameSpace);
+    const Import::Count count = files.into(repository, commandLine.nameSpace);
     fmt::print("Imported {} classes, {} qualifier types and {} instances into {}.\n", count.classes,
-               count.qualifiers, count.instances, nameSpace);
+               count.qualifiers, count.instances, commandLine.nameSpace);
     return 0;
 }
 

@@ -23,9 +23,12 @@ std::uint64_t queued(IIndicationManager& manager) {
 
 }  // namespace
 
-std::uint64_t drainIndications(IIndicationManager& manager, std::chrono::milliseconds patience) {
+std::uint64_t waitingIndications(IIndicationManager& manager) {
+    return queued(manager) + manager.getIndicationNotifier()->getProgress().inHand;
+}
+
+std::uint64_t drainIndications(IIndicationManager& manager, std::chrono::steady_clock::time_point deadline) {
     const auto notifier = manager.getIndicationNotifier();
-    const auto deadline = std::chrono::steady_clock::now() + patience;
     for (;;) {
         const auto before = notifier->getProgress();
         const std::uint64_t waiting = queued(manager);

@@ -7,8 +7,12 @@
 
 namespace velm {
 
-/// Waits until every queued indication has been delivered, for `patience` at the most. Returns how many are
-/// left, those in delivery included. Requires: nothing is reported any more.
-std::uint64_t drainIndications(IIndicationManager& manager, std::chrono::milliseconds patience);
+/// How many indications are queued or being delivered. One that goes from the one to the other at the moment
+/// counts twice.
+std::uint64_t waitingIndications(IIndicationManager& manager);
+
+/// Waits until every queued indication has been delivered, until `deadline` at the latest. Returns how many
+/// are left, those in delivery included. Requires: nothing is reported any more.
+std::uint64_t drainIndications(IIndicationManager& manager, std::chrono::steady_clock::time_point deadline);
 
 }  // namespace velm

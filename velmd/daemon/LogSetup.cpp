@@ -66,6 +66,10 @@ void logInformation(const std::string& text) {
     logLine(OrvoTraceLog::SeverityInformation, text);
 }
 
+void logWarning(const std::string& text) {
+    logLine(OrvoTraceLog::SeverityWarning, text);
+}
+
 void logError(const std::string& text) {
     logLine(OrvoTraceLog::SeverityError, text);
 }

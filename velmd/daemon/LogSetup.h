@@ -17,6 +17,7 @@ void changeLog(const Settings& present, const Settings& wanted);
 
 /// Lines of the daemon itself.
 void logInformation(const std::string& text);
+void logWarning(const std::string& text);
 void logError(const std::string& text);
 
 }  // namespace velm

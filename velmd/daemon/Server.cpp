@@ -3,6 +3,7 @@
 #include "CIMOM_Indications/CIMOMClassManager.h"
 #include "Indications/IndicationNotifier.h"
 #include "velmd/daemon/ClassMirror.h"
+#include "velmd/daemon/Descriptors.h"
 #include "velmd/daemon/Drain.h"
 #include "velmd/daemon/Import.h"
 #include "velmd/daemon/LogSetup.h"
@@ -29,6 +30,13 @@ std::string hostName(const Settings& settings) {
     return name;
 }
 
+/// Of `wanted`, as many as leave descriptors to the rest of the process, deliveries above all.
+std::size_t connectionsWithin(std::size_t wanted) {
+    constexpr std::size_t others = 250;
+    const std::size_t limit = raiseDescriptorLimit();
+    return limit == 0 ? wanted : std::min(wanted, std::max(limit / 2, limit - std::min(limit, others)));
+}
+
 HTTPLimits limitsIn(const Settings& settings) {
     const auto size = [&](const char* key) {
         return static_cast<std::size_t>(settings.number("Limits", key));
@@ -36,7 +44,8 @@ HTTPLimits limitsIn(const Settings& settings) {
     HTTPLimits limits;
     limits.maxHeaderBytes = size("MaxHeaderBytes");
     limits.maxBodyBytes = size("MaxBodyBytes");
-    limits.maxConnections = size("MaxConnections");
+    limits.maxConnections = connectionsWithin(size("MaxConnections"));
+    limits.maxHeldBytes = size("MaxHeldBytes");
     limits.maxWaitingRequests = size("MaxWaitingRequests");
     limits.idleTimeout = settings.seconds("Limits", "IdleSeconds");
     limits.requestTimeout = settings.seconds("Limits", "RequestSeconds");
@@ -52,6 +61,18 @@ HTTPServer::Options optionsIn(const Settings& settings) {
     options.limits = limitsIn(settings);
     return options;
 }
+
+/// Counts as long as it lives.
+class Counted {
+public:
+    explicit Counted(std::atomic<std::size_t>& count) : _count(count) { ++_count; }
+    Counted(const Counted&) = delete;
+    Counted& operator=(const Counted&) = delete;
+    ~Counted() { --_count; }
+
+private:
+    std::atomic<std::size_t>& _count;
+};
 
 }  // namespace
 
@@ -73,12 +94,14 @@ Server::Server(const Settings& settings) : Server(settings, Unstarted()) {
     _repository.setObserver(repositoryReports(_manager->getSmartSubscriber()));
     _manager->enableIndications();
     _loadProviders(settings);
-    const MessageLimits messageLimits{static_cast<std::size_t>(settings.number("Limits", "MaxXMLDepth"))};
+    const MessageLimits messageLimits{static_cast<std::size_t>(settings.number("Limits", "MaxXMLDepth")),
+                                      static_cast<std::size_t>(settings.number("Limits", "MaxXMLMarkup"))};
     _handler = std::make_unique<RequestHandler>(
-        RequestHandler::Parts{_repository, _instances, *_manager, hostName(settings), &mirrorClass},
+        RequestHandler::Parts{_repository, _instances, *_manager, hostName(settings), &mirrorClass,
+                              static_cast<std::size_t>(settings.number("VELM", "MaxSubscribers"))},
         messageLimits);
-    _http = std::make_unique<HTTPServer>(
-        optionsIn(settings), [this](const HTTPRequest& request) { return _handler->handle(request); });
+    _http = std::make_unique<HTTPServer>(optionsIn(settings),
+                                         [this](const HTTPRequest& request) { return _handle(request); });
 }
 
 Server::~Server() {
@@ -114,6 +137,16 @@ void Server::_loadProviders(const Settings& settings) {
     for (const auto& loaded : _providers->providers()) {
         _providerTable.add(ORVString(loaded->name()), loaded->provider(), loaded->classNames());
     }
+    _warnOfIdleArguments(settings);
+}
+
+void Server::_warnOfIdleArguments(const Settings& settings) const {
+    for (const std::string& name : settings.providersNamed()) {
+        const auto& loaded = _providers->providers();
+        if (std::ranges::none_of(loaded, [&](const auto& provider) { return provider->name() == name; })) {
+            logWarning(fmt::format("Providers.{} is set, and no provider of that name was loaded.", name));
+        }
+    }
 }
 
 std::string Server::describe() const {
@@ -126,15 +159,22 @@ bool Server::makesProgress() {
     return _http->makesProgress();
 }
 
+HTTPResponse Server::_handle(const HTTPRequest& request) {
+    const Counted counted(_requestsInWork);
+    return _handler->handle(request);
+}
+
 Server::Leftover Server::stop(std::chrono::milliseconds patience) {
     const auto deadline = std::chrono::steady_clock::now() + patience;
     Leftover leftover;
-    leftover.requests = _http->stop(patience);
+    leftover.requests = _http->stop(patience / 2);
     _providers->closeGates();
-    const auto left =
-        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-    leftover.indications = drainIndications(*_manager, std::max(left, std::chrono::milliseconds(0)));
+    leftover.indications = drainIndications(*_manager, deadline);
     return leftover;
+}
+
+Server::Leftover Server::underWay() const {
+    return {_requestsInWork, waitingIndications(*_manager)};
 }
 
 }  // namespace velm

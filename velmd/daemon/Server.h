@@ -10,6 +10,7 @@
 #include "velmd/requests/RequestHandler.h"
 #include "velmd/settings/Settings.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <memory>
@@ -44,9 +45,14 @@ public:
         std::size_t requests = 0;
         std::uint64_t indications = 0;
     };
-    /// Takes no more requests and reports, lets what is under way end, and delivers what is queued, for
-    /// `patience` at the most.
+    /// Takes no more requests, lets those that are complete end, takes no more reports, and delivers what is
+    /// queued. Requests get half of `patience` at the most, and what they leave of it is for the queues. A
+    /// request that a worker carries out cannot be cut off, only its client: it is waited for.
     Leftover stop(std::chrono::milliseconds patience);
+
+    /// The requests that are being carried out and the indications that wait. Any thread may ask, until the
+    /// destructor begins.
+    Leftover underWay() const;
 
 private:
     struct Unstarted {};
@@ -56,6 +62,8 @@ private:
 
     void _seed();
     void _loadProviders(const Settings& settings);
+    void _warnOfIdleArguments(const Settings& settings) const;
+    HTTPResponse _handle(const HTTPRequest& request);
     ProviderTable::IsA _isA() const;
 
     const std::vector<std::string> _addresses;
@@ -67,6 +75,7 @@ private:
     std::unique_ptr<ProviderFolder> _providers;
     Instances _instances;
     std::unique_ptr<RequestHandler> _handler;
+    std::atomic<std::size_t> _requestsInWork{0};
     std::unique_ptr<HTTPServer> _http;
 };
 

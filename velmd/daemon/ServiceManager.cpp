@@ -18,8 +18,9 @@ void tellReloading() {
     sd_notify(0, ("RELOADING=1\nMONOTONIC_USEC=" + std::to_string(microseconds)).c_str());
 }
 
-void tellStopping() {
-    sd_notify(0, "STOPPING=1");
+void tellStopping(std::chrono::milliseconds longest) {
+    const auto microseconds = std::chrono::microseconds(longest).count();
+    sd_notify(0, ("STOPPING=1\nEXTEND_TIMEOUT_USEC=" + std::to_string(microseconds)).c_str());
 }
 
 void tellAlive() {

@@ -9,7 +9,8 @@ namespace velm {
 
 void tellReady(const std::string& status);
 void tellReloading();
-void tellStopping();
+/// `longest` is how long it may take: more than the service manager would wait by itself, perhaps.
+void tellStopping(std::chrono::milliseconds longest);
 void tellAlive();
 
 /// How often tellAlive() should be called; zero when nobody waits for it. There are several calls in the time

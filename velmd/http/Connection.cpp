@@ -1,7 +1,7 @@
 #include "velmd/http/Connection.h"
 
-#include "foundation/services/ORVLog.h"
 #include "velmd/http/ResponseFraming.h"
+#include "velmd/http/ServerLog.h"
 
 #include <algorithm>
 #include <array>
@@ -16,7 +16,6 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/write.hpp>
-#include <fmt/format.h>
 
 namespace velm {
 
@@ -38,6 +37,10 @@ constexpr std::chrono::milliseconds longestTime = std::chrono::hours(24 * 365);
 constexpr std::string_view invitation = "HTTP/1.1 100 Continue\r\n\r\n";
 constexpr Refusal tooSlow{408, "The request was not complete in time."};
 constexpr Refusal tooManyWait{503, "Too many requests are waiting."};
+constexpr Refusal tooMuchHeld{503, "The requests and responses under way take too much memory."};
+constexpr const char* takesNoAnswer = "it takes nothing of its response";
+constexpr const char* takesNothingBefore = "it takes nothing of the responses before its channel";
+constexpr const char* holdsMost = "the requests and responses under way take too much memory";
 
 using NameOf = int (*)(int, sockaddr*, socklen_t*);
 
@@ -51,20 +54,6 @@ tcp::endpoint endpointOf(int socket, NameOf nameOf) {
 /// Gives the memory back, which an assignment of an empty string would keep.
 void release(std::string& text) {
     std::string().swap(text);
-}
-
-HTTPResponse toResponse(const Refusal& refusal) {
-    return {.status = refusal.status,
-            .headers = {{"Content-Type", "text/plain; charset=utf-8"}},
-            .body = std::string(refusal.reason) + '\n',
-            .takeOver = {}};
-}
-
-void logRefusal(const std::string& peer, const Refusal& refusal) {
-    const std::string text =
-        fmt::format("A client at {} was answered with {}: {}", peer, refusal.status, refusal.reason);
-    ORVLog::log("HTTPServer", std::string_view(text), OrvoTraceLog::SeverityDetail,
-                OrvoTraceLog::VerbosityNormal, 0, ORVLog::CIMOMLOG);
 }
 
 }  // namespace
@@ -90,7 +79,8 @@ struct Connection::Channel {
 Connection::Connection(asio::io_context& loop, Descriptor socket, IConnectionOwner& owner)
     : _owner(owner),
       _limits(owner.options().limits),
-      _channel(std::make_unique<Channel>(loop, std::move(socket))) {
+      _channel(std::make_unique<Channel>(loop, std::move(socket))),
+      _held(owner.heldSum()) {
 }
 
 Connection::~Connection() = default;
@@ -99,8 +89,9 @@ void Connection::start() {
     _awaitRequest();
 }
 
-void Connection::refuse(const Refusal& refusal) {
-    logRefusal(_channel->peer.address().to_string(), refusal);
+void Connection::refuse(Refusal refusal) {
+    logRefused(_peer(), refusal.status, refusal.reason);
+    _parser.reset();
     _send(toResponse(refusal), false);
 }
 
@@ -109,22 +100,39 @@ void Connection::answer(HTTPResponse response) {
         return;
     }
     if (response.takeOver) {
-        _handOver(std::move(response.takeOver));
+        return _beginHandOver(std::move(response.takeOver));
+    }
+    const std::size_t size = _input.size() + response.body.size();
+    const bool isLarger = size > _held.size();
+    _held.set(size);
+    if (isLarger && !_owner.makeRoomFor(*this)) {
+        refuse(tooMuchHeld);
     } else {
         _send(std::move(response), _keepsAlive && !_isFinishing);
     }
 }
 
+void Connection::letGo() {
+    if (_state == State::receiving) {
+        refuse(tooMuchHeld);
+    } else {
+        _reset(holdsMost);
+    }
+}
+
+bool Connection::_isAnswering() const {
+    return _state == State::handling || _state == State::sending || _state == State::handingOver;
+}
+
 void Connection::finish() {
     _isFinishing = true;
-    const bool isAnswering = _state == State::handling || _state == State::sending;
-    if (!isAnswering && !(_state == State::draining && _hasUnreadBytes())) {
+    if (!_isAnswering() && !(_state == State::draining && _hasUnreadBytes())) {
         _close();
     }
 }
 
 bool Connection::cutOff() {
-    const bool isUnanswered = _state == State::handling || _state == State::sending;
+    const bool isUnanswered = _isAnswering();
     _close();
     return isUnanswered;
 }
@@ -175,12 +183,17 @@ void Connection::_process() {
     if (_state == State::idle) {
         skipEmptyLines(_input);
         if (_input.empty() || _input == "\r") {
+            _noteHeld();
             return _awaitBytes();
         }
         _state = State::receiving;
         _isHead = false;
         _setDeadline(_limits.requestTimeout);
         _parser.emplace(_limits);
+    }
+    _noteHeld();
+    if (!_owner.makeRoomFor(*this)) {
+        return refuse(tooMuchHeld);
     }
     switch (_parser->advance(_input)) {
         case RequestParser::Step::incomplete:
@@ -225,19 +238,41 @@ void Connection::_handle() {
     _keepsAlive = _parser->isKeptAlive();
     request.localAddress = _channel->local.address().to_string();
     request.localPort = _channel->local.port();
-    request.peerAddress = _channel->peer.address().to_string();
+    request.peerAddress = _peer();
     _parser.reset();
     if (!_owner.handle(shared_from_this(), std::move(request))) {
         refuse(tooManyWait);
     }
 }
 
-void Connection::_handOver(std::function<void(int)> takeOver) {
+void Connection::_beginHandOver(std::function<void(int)> takeOver) {
+    _state = State::handingOver;
+    release(_input);
+    _noteHeld();
+    _handOver = std::make_unique<HandOver>(_channel->socket.native_handle(), _limits.writeTimeout,
+                                           std::move(takeOver));
+    _goOnHandingOver();
+}
+
+void Connection::_goOnHandingOver() {
+    switch (_handOver->look()) {
+        case HandOver::Step::ready:
+            return _handOverNow();
+        case HandOver::Step::wait:
+            return _setDeadline(_handOver->pause());
+        case HandOver::Step::stalled:
+            return _reset(takesNothingBefore);
+        case HandOver::Step::broken:
+            return _close();
+    }
+}
+
+void Connection::_handOverNow() {
     error_code error;
     Descriptor socket(_channel->socket.release(error));
     const int flags = ::fcntl(socket.get(), F_GETFL);
     if (!error && flags >= 0 && ::fcntl(socket.get(), F_SETFL, flags & ~O_NONBLOCK) == 0) {
-        _owner.handOver(std::move(socket), std::move(takeOver));
+        _owner.handOver(std::move(socket), _handOver->takeFunction());
     }
     _close();
 }
@@ -252,6 +287,7 @@ void Connection::_send(HTTPResponse response, bool keepsAlive) {
     if (isBodySent(response.status, _isHead)) {
         _body = std::move(response.body);
     }
+    _noteHeld();
     const auto noteProgress = [self = shared_from_this()](error_code error, std::size_t) {
         if (!error && self->_state == State::sending) {
             self->_setDeadline(self->_limits.writeTimeout);
@@ -283,7 +319,8 @@ void Connection::_drain() {
     _state = State::draining;
     _parser.reset();
     const bool wasUnread = !_input.empty();
-    _input.clear();
+    release(_input);
+    _noteHeld();
     if (_isFinishing && !wasUnread && !_hasUnreadBytes()) {
         return _close();
     }
@@ -300,6 +337,15 @@ void Connection::_dropReceived(std::size_t size) {
     } else {
         _awaitBytes();
     }
+}
+
+/// While the owner has the request, what it took counts on.
+void Connection::_noteHeld() {
+    _held.set(_input.size() + (_parser ? _parser->heldSize() : 0) + _head.size() + _body.size());
+}
+
+std::string Connection::_peer() const {
+    return _channel->peer.address().to_string();
 }
 
 bool Connection::_hasUnreadBytes() const {
@@ -323,7 +369,9 @@ void Connection::_onDeadline() {
         case State::receiving:
             return refuse(tooSlow);
         case State::sending:
-            return _reset();
+            return _reset(takesNoAnswer);
+        case State::handingOver:
+            return _goOnHandingOver();
         case State::handling:
             return;
         default:
@@ -332,7 +380,8 @@ void Connection::_onDeadline() {
 }
 
 /// A plain close would leave the kernel to go on offering the answer to a client that does not take it.
-void Connection::_reset() {
+void Connection::_reset(const char* reason) {
+    logReset(_peer(), reason);
     error_code ignored;
     _channel->socket.set_option(tcp::socket::linger(true, 0), ignored);
     _close();
@@ -346,6 +395,7 @@ void Connection::_close() {
     _channel->socket.close(ignored);
     _channel->timer.cancel();
     _parser.reset();
+    _held.set(0);
     _owner.forget(shared_from_this());
 }
 

@@ -2,6 +2,9 @@
 
 #include "velmd/http/Descriptor.h"
 #include "velmd/http/HTTPServer.h"
+#include "velmd/http/HandOver.h"
+#include "velmd/http/HeldBytes.h"
+#include "velmd/http/Refusal.h"
 #include "velmd/http/RequestParser.h"
 
 #include <chrono>
@@ -30,6 +33,11 @@ public:
     virtual std::span<char> readBuffer() = 0;
     /// Has the request answered: the answer goes to Connection::answer. False when too many requests wait.
     virtual bool handle(std::shared_ptr<Connection> connection, HTTPRequest request) = 0;
+    /// The sum of what the connections hold, to which each adds its own.
+    virtual HeldBytes& heldSum() = 0;
+    /// Lets others go that hold more than this connection, until the sum is within the limit. False when
+    /// that is not enough: it should go itself.
+    virtual bool makeRoomFor(const Connection& connection) = 0;
     /// Has the function called on a worker with the socket, which blocks.
     virtual void handOver(Descriptor socket, std::function<void(int)> takeOver) = 0;
     /// The connection is closed or handed over.
@@ -54,11 +62,18 @@ public:
     /// Serves the client. Called once; or refuse() is.
     void start();
     /// Tells the client why it is not served, and closes.
-    void refuse(const Refusal& refusal);
+    void refuse(Refusal refusal);
 
     /// The answer to the request that the owner was given. Nothing happens when the connection is closed.
     /// Requires: flawOf() found nothing.
     void answer(HTTPResponse response);
+
+    /// What the client's request or response takes, in bytes.
+    std::size_t heldSize() const noexcept { return _held.size(); }
+    /// Whether its request is coming in or its answer going out.
+    bool canBeLetGo() const noexcept { return _state == State::receiving || _state == State::sending; }
+    /// Gives up the request or the answer, because too much is held. Requires: canBeLetGo().
+    void letGo();
 
     /// Closes, when a request is complete after its answer.
     void finish();
@@ -67,12 +82,13 @@ public:
 
 private:
     enum class State {
-        idle,       ///< Between two requests.
-        receiving,  ///< A request has begun.
-        inviting,   ///< Its body is being asked for.
-        handling,   ///< It is complete and the owner has it.
-        sending,    ///< An answer is being written.
-        draining,   ///< The last answer is written; what still comes is dropped until the client closes.
+        idle,         ///< Between two requests.
+        receiving,    ///< A request has begun.
+        inviting,     ///< Its body is being asked for.
+        handling,     ///< It is complete and the owner has it.
+        sending,      ///< An answer is being written.
+        handingOver,  ///< The socket goes when the client has acknowledged the answers before.
+        draining,     ///< The last answer is written; what still comes is dropped until the client closes.
         closed,
     };
     struct Channel;
@@ -84,15 +100,20 @@ private:
     void _beginBody();
     void _invite();
     void _handle();
-    void _handOver(std::function<void(int)> takeOver);
+    void _beginHandOver(std::function<void(int)> takeOver);
+    void _goOnHandingOver();
+    void _handOverNow();
     void _send(HTTPResponse response, bool keepsAlive);
     void _finishSending();
     void _drain();
     void _dropReceived(std::size_t size);
     bool _hasUnreadBytes() const;
+    bool _isAnswering() const;
+    void _noteHeld();
+    std::string _peer() const;
     void _setDeadline(std::chrono::milliseconds fromNow);
     void _onDeadline();
-    void _reset();
+    void _reset(const char* reason);
     void _close();
 
     IConnectionOwner& _owner;
@@ -110,6 +131,8 @@ private:
     std::string _input;
     std::string _head;
     std::string _body;
+    HeldBytes::Share _held;
+    std::unique_ptr<HandOver> _handOver;
     std::size_t _drainedSize = 0;
 };
 

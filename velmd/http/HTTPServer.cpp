@@ -1,89 +1,47 @@
 #include "velmd/http/HTTPServer.h"
 
-#include "foundation/services/ORVLog.h"
-#include "foundation/utilities/OrvoBaseException.h"
+#include "velmd/http/Acceptor.h"
 #include "velmd/http/Connection.h"
+#include "velmd/http/HeldBytes.h"
 #include "velmd/http/Listening.h"
 #include "velmd/http/ResponseFraming.h"
+#include "velmd/http/ServerLog.h"
 
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <cerrno>
 #include <condition_variable>
-#include <deque>
 #include <future>
 #include <mutex>
+#include <optional>
 #include <stdexcept>
-#include <sys/socket.h>
-#include <system_error>
 #include <thread>
 #include <unordered_set>
 #include <utility>
 
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
-#include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/post.hpp>
-#include <boost/asio/steady_timer.hpp>
 #include <boost/asio/thread_pool.hpp>
-#include <fmt/format.h>
 
 namespace velm {
 
 namespace {
 
 namespace asio = boost::asio;
-using asio::ip::tcp;
-using boost::system::error_code;
 using Connections = std::unordered_set<std::shared_ptr<Connection>>;
 
 constexpr std::size_t readSize = 64 * 1024;
-/// New connections that are taken before those that are open get a turn.
-constexpr int acceptBurst = 64;
-/// When a connection cannot be accepted, as when no descriptor is left.
-constexpr std::chrono::milliseconds acceptPause{100};
 /// Connections past the limit that are told so at one time; beyond them they are closed without a word.
 constexpr std::size_t refusalsAtOnce = 128;
 /// Far enough for anybody, and no overflow when added to the clock.
 constexpr std::chrono::milliseconds longestPatience = std::chrono::hours(24 * 365);
 
+/// Who holds less is not let go for the sake of others: it would bring them little.
+constexpr std::size_t worthLettingGo = 64 * 1024;
+
 constexpr Refusal tooManyConnections{503, "Too many connections are open."};
-
-void log(std::string_view text, OrvoTraceLog::Severity severity) {
-    ORVLog::log("HTTPServer", text, severity, OrvoTraceLog::VerbosityNormal, 0, ORVLog::CIMOMLOG);
-}
-
-void logFailure(std::string_view action, std::string_view cause) {
-    log(fmt::format("{}: {}", action, cause), OrvoTraceLog::SeverityError);
-}
-
-/// Runs `function`, and logs what it throws. False when it threw.
-template <class Function>
-bool runLogged(std::string_view action, Function&& function) {
-    try {
-        function();
-        return true;
-    } catch (const OrvoBaseException& failure) {
-        logFailure(action, failure.getMessage().view());
-    } catch (const std::exception& failure) {
-        logFailure(action, failure.what());
-    } catch (...) {
-        logFailure(action, "unknown exception");
-    }
-    return false;
-}
-
-struct Listener {
-    /// The acceptor only waits; what its protocol is then does not matter.
-    Listener(asio::io_context& loop, Descriptor socket)
-        : acceptor(loop, tcp::v4(), socket.get()), pause(loop) {
-        socket.release();
-    }
-
-    tcp::acceptor acceptor;
-    asio::steady_timer pause;
-};
+constexpr Refusal noDescriptor{503, "The server has no file descriptor left."};
 
 const HTTPServer::Options& checked(const HTTPServer::Options& options) {
     if (options.workers == 0) {
@@ -103,22 +61,23 @@ public:
 
     std::uint16_t port() const noexcept { return _port; }
     std::size_t connectionCount() const noexcept;
+    std::size_t heldBytes() const noexcept { return _heldBytes.total(); }
     std::size_t stop(std::chrono::milliseconds patience);
     bool makesProgress();
 
 private:
     const Options& options() const override { return _options; }
     std::span<char> readBuffer() override { return _readBuffer; }
+    HeldBytes& heldSum() override { return _heldBytes; }
     bool handle(std::shared_ptr<Connection> connection, HTTPRequest request) override;
+    bool makeRoomFor(const Connection& connection) override;
     void handOver(Descriptor socket, std::function<void(int)> takeOver) override;
     void forget(const std::shared_ptr<Connection>& connection) override;
 
     // On the loop's thread.
     void _run();
-    void _awaitClients(Listener& listener);
-    void _accept(Listener& listener);
-    void _pause(Listener& listener);
-    void _serve(Descriptor socket);
+    void _serve(Descriptor socket, bool isSpare);
+    Connection* _largestOver(std::size_t size) const;
     void _finish();
     std::size_t _cutOff();
 
@@ -150,10 +109,12 @@ private:
     std::atomic<bool> _isCutOff{false};
     std::atomic<std::size_t> _droppedHandOvers{0};
 
+    /// Before the loop, which may hold connections to its end.
+    HeldBytes _heldBytes;
     asio::io_context _loop{1};
     asio::executor_work_guard<asio::io_context::executor_type> _keepsRunning{_loop.get_executor()};
     // The loop's thread's.
-    std::deque<Listener> _listeners;
+    std::optional<Acceptor> _acceptor;
     Connections _connections;
     std::array<char, readSize> _readBuffer;
 
@@ -166,9 +127,8 @@ HTTPServer::Impl::Impl(Options options, Handler handler)
     : _options(checked(options)), _handler(std::move(handler)), _workers(options.workers) {
     Listening listening = listenOn(_options.addresses, _options.port);
     _port = listening.port;
-    for (Descriptor& socket : listening.sockets) {
-        _awaitClients(_listeners.emplace_back(_loop, std::move(socket)));
-    }
+    _acceptor.emplace(_loop, std::move(listening.sockets),
+                      [this](Descriptor socket, bool isSpare) { _serve(std::move(socket), isSpare); });
     _thread = std::thread([this] { _run(); });
 }
 
@@ -178,44 +138,11 @@ std::size_t HTTPServer::Impl::connectionCount() const noexcept {
 }
 
 void HTTPServer::Impl::_run() {
-    while (!runLogged("The thread of the connections met an exception", [this] { _loop.run(); })) {
+    while (!runServerTask("The thread of the connections met an exception", [this] { _loop.run(); })) {
     }
 }
 
-void HTTPServer::Impl::_awaitClients(Listener& listener) {
-    listener.acceptor.async_wait(tcp::acceptor::wait_read, [this, &listener](error_code error) {
-        if (!error && listener.acceptor.is_open()) {
-            _accept(listener);
-        }
-    });
-}
-
-void HTTPServer::Impl::_accept(Listener& listener) {
-    for (int count = 0; count < acceptBurst; ++count) {
-        Descriptor socket(
-            ::accept4(listener.acceptor.native_handle(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
-        if (socket) {
-            runLogged("A connection cannot be served", [&] { _serve(std::move(socket)); });
-        } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
-            break;
-        } else if (errno != ECONNABORTED && errno != EINTR) {
-            logFailure("A connection cannot be accepted", std::generic_category().message(errno));
-            return _pause(listener);
-        }
-    }
-    _awaitClients(listener);
-}
-
-void HTTPServer::Impl::_pause(Listener& listener) {
-    listener.pause.expires_after(acceptPause);
-    listener.pause.async_wait([this, &listener](error_code error) {
-        if (!error && listener.acceptor.is_open()) {
-            _accept(listener);
-        }
-    });
-}
-
-void HTTPServer::Impl::_serve(Descriptor socket) {
+void HTTPServer::Impl::_serve(Descriptor socket, bool isSpare) {
     const std::size_t limit = _options.limits.maxConnections;
     if (_connections.size() >= limit + refusalsAtOnce) {
         return;
@@ -226,7 +153,9 @@ void HTTPServer::Impl::_serve(Descriptor socket) {
         const std::lock_guard lock(_mutex);
         _connectionCount = _connections.size();
     }
-    if (_connections.size() > limit) {
+    if (isSpare) {
+        connection->refuse(noDescriptor);
+    } else if (_connections.size() > limit) {
         connection->refuse(tooManyConnections);
     } else {
         connection->start();
@@ -235,9 +164,33 @@ void HTTPServer::Impl::_serve(Descriptor socket) {
 
 void HTTPServer::Impl::forget(const std::shared_ptr<Connection>& connection) {
     _connections.erase(connection);
+    _acceptor->refill();
     const std::lock_guard lock(_mutex);
     _connectionCount = _connections.size();
     _changed.notify_all();
+}
+
+bool HTTPServer::Impl::makeRoomFor(const Connection& connection) {
+    while (_heldBytes.total() > _options.limits.maxHeldBytes) {
+        Connection* const largest = _largestOver(std::max(connection.heldSize(), worthLettingGo));
+        if (!largest) {
+            return false;
+        }
+        largest->letGo();
+    }
+    return true;
+}
+
+/// The connection that holds most of those that hold more than `size` and can be let go; null without one.
+Connection* HTTPServer::Impl::_largestOver(std::size_t size) const {
+    Connection* largest = nullptr;
+    for (const auto& connection : _connections) {
+        if (connection->canBeLetGo() && connection->heldSize() > size) {
+            size = connection->heldSize();
+            largest = connection.get();
+        }
+    }
+    return largest;
 }
 
 bool HTTPServer::Impl::handle(std::shared_ptr<Connection> connection, HTTPRequest request) {
@@ -267,10 +220,11 @@ void HTTPServer::Impl::_work(std::shared_ptr<Connection> connection, const HTTPR
 
 HTTPResponse HTTPServer::Impl::_answer(const HTTPRequest& request) const {
     HTTPResponse response;
-    const bool isDone = runLogged("The handler of a request threw", [&] { response = _handler(request); });
+    const bool isDone =
+        runServerTask("The handler of a request threw", [&] { response = _handler(request); });
     const std::string_view flaw = isDone ? flawOf(response) : std::string_view();
     if (!flaw.empty()) {
-        logFailure("The answer of a handler cannot be sent", flaw);
+        logServerFailure("The answer of a handler cannot be sent", flaw);
     }
     if (!isDone || !flaw.empty()) {
         response = HTTPResponse();
@@ -295,18 +249,14 @@ void HTTPServer::Impl::handOver(Descriptor socket, std::function<void(int)> take
         if (_isCutOff) {
             ++_droppedHandOvers;
         } else {
-            runLogged("What took a connection over threw", [&] { takeOver(socket.release()); });
+            runServerTask("What took a connection over threw", [&] { takeOver(socket.release()); });
         }
         _endJob();
     });
 }
 
 void HTTPServer::Impl::_finish() {
-    for (Listener& listener : _listeners) {
-        error_code ignored;
-        listener.acceptor.close(ignored);
-        listener.pause.cancel();
-    }
+    _acceptor->close();
     for (const auto& connection : Connections(_connections)) {
         connection->finish();
     }
@@ -371,6 +321,10 @@ std::size_t HTTPServer::connectionCount() const noexcept {
 
 std::size_t HTTPServer::stop(std::chrono::milliseconds patience) {
     return _impl->stop(patience);
+}
+
+std::size_t HTTPServer::heldBytes() const noexcept {
+    return _impl->heldBytes();
 }
 
 bool HTTPServer::makesProgress() {

@@ -18,8 +18,13 @@ struct HTTPLimits {
     std::size_t maxHeaderBytes = 16 * 1024;
     /// Bytes of the body of one request, chunked or not. Larger is answered with 413.
     std::size_t maxBodyBytes = 16 * 1024 * 1024;
-    /// Open connections; past it a new one is answered with 503 and closed. Each may hold a whole request.
+    /// Open connections; past it a new one is answered with 503 and closed.
     std::size_t maxConnections = 20'000;
+    /// Bytes of requests and responses that are held for all clients together. Past it whoever holds most is
+    /// let go: with 503 while its request comes in, or instead of its response; with a reset while it takes
+    /// its response. A request that a worker has, or waits for one, is not given up, and neither is a
+    /// response that takes no more room than its request did.
+    std::size_t maxHeldBytes = 256 * 1024 * 1024;
     /// Between two requests on one connection.
     std::chrono::milliseconds idleTimeout{300'000};
     /// For the head of a request from its first byte, and then for its body: a slow client is let go.
@@ -55,17 +60,20 @@ struct HTTPResponse {
     std::vector<std::pair<std::string, std::string>> headers;
     /// Not sent, only its length told, when the request is a HEAD; neither for the status 204 and 304.
     std::string body;
-    /// Set: nothing is answered; the connection's socket is handed over instead, after every earlier response
-    /// was written. What the client has sent ahead is lost. The function is called on a worker, so that it
-    /// may block; it owns the descriptor (blocking mode) and must not throw. It is not called when the client
-    /// or the server has gone by then.
+    /// Set: nothing is answered; the connection's socket is handed over instead, once the client has
+    /// acknowledged every earlier response: the first `unblockedBytes` that are written to the socket do not
+    /// block then. A client that acknowledges nothing for HTTPLimits::writeTimeout is reset. What the client
+    /// has sent ahead is lost. The function is called on a worker, so that it may block; it owns the
+    /// descriptor (blocking mode) and must not throw. It is not called when the client or the server has gone
+    /// by then.
     std::function<void(int socket)> takeOver;
+    static constexpr std::size_t unblockedBytes = 4096;
 };
 
 /// Serves HTTP/1.0 and 1.1 (RFC 9112) on loopback addresses: keep-alive, pipelining in order,
 /// Expect: 100-continue, Content-Length and chunked bodies. What is malformed, ambiguous in its framing or
 /// past a limit is answered with 400, 408, 413, 417, 431, 501, 503 or 505, a sentence that says why, and
-/// closed.
+/// closed; 503 also when the process has no descriptor left.
 ///
 /// Threads: one runs all connections; `workers` call the handler. Any thread may call the operations.
 /// Failure: the constructor throws std::invalid_argument that names an address that is no loopback literal,
@@ -98,6 +106,8 @@ public:
     std::uint16_t port() const noexcept;
     /// Open connections, those included that are being refused; not those that were taken over.
     std::size_t connectionCount() const noexcept;
+    /// What HTTPLimits::maxHeldBytes bounds, as it is now.
+    std::size_t heldBytes() const noexcept;
 
     /// Accepts no more, lets requests that are complete be answered, and closes; what is not done after
     /// `patience` is cut off. Returns the number of requests cut off. May be called twice.

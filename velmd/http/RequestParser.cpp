@@ -94,6 +94,8 @@ public:
         body_limit(limits.maxBodyBytes);
     }
 
+    /// The head stays in the input until it is complete.
+    std::size_t heldSize() const { return is_header_done() ? _parsedSize + request.body.size() : 0; }
     Step advance(std::string& input) { return is_header_done() ? _advanceBody(input) : _advanceHead(input); }
 
     Refusal refusal;
@@ -127,7 +129,7 @@ private:
     void on_finish_impl(error_code&) override {}
 
     const HTTPLimits& _limits;
-    /// Of the head, which stays in the input until it is complete.
+    /// Of the head.
     std::size_t _parsedSize = 0;
 };
 
@@ -274,6 +276,10 @@ RequestParser::~RequestParser() = default;
 
 RequestParser::Step RequestParser::advance(std::string& input) {
     return _impl->advance(input);
+}
+
+std::size_t RequestParser::heldSize() const {
+    return _impl->heldSize();
 }
 
 const Refusal& RequestParser::refusal() const {

@@ -1,18 +1,12 @@
 #pragma once
 
 #include "velmd/http/HTTPServer.h"
+#include "velmd/http/Refusal.h"
 
 #include <memory>
 #include <string>
 
 namespace velm {
-
-/// Why a request is not served: the status of the answer and a sentence for its reader. The sentence is a
-/// literal and quotes nothing of the client's.
-struct Refusal {
-    unsigned int status = 400;
-    const char* reason = "";
-};
 
 /// Takes one request out of the bytes that a client sends, strictly: what two readers could understand in two
 /// ways is refused, and nothing is kept beyond the limits.
@@ -35,6 +29,9 @@ public:
     /// Takes what belongs to the request off the front of `input`, which holds all that came since the last
     /// call behind what that call left. Requires: the request is neither complete nor refused.
     Step advance(std::string& input);
+
+    /// What has been taken off the input and is kept.
+    std::size_t heldSize() const;
 
     /// Requires: the last step was `refused`.
     const Refusal& refusal() const;

@@ -32,12 +32,6 @@ constexpr bool continuesCharacter(char byte) noexcept {
     return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }
 
-std::string_view withoutOuterSlashes(std::string_view text) {
-    const auto first = text.find_first_not_of('/');
-    return first == std::string_view::npos ? std::string_view()
-                                           : text.substr(first, text.find_last_not_of('/') - first + 1);
-}
-
 }  // namespace
 
 bool sameName(std::string_view left, std::string_view right) noexcept {
@@ -54,6 +48,13 @@ std::string foldedName(std::string_view name) {
 bool isCIMName(std::string_view name) noexcept {
     return !name.empty() && name.size() <= maxNameLength && !isDigit(name.front()) &&
            std::all_of(name.begin(), name.end(), isNameCharacter);
+}
+
+std::string_view withoutOuterSlashes(std::string_view nameSpace) noexcept {
+    const auto first = nameSpace.find_first_not_of('/');
+    return first == std::string_view::npos
+               ? std::string_view()
+               : nameSpace.substr(first, nameSpace.find_last_not_of('/') - first + 1);
 }
 
 std::string checkedNamespace(std::string_view nameSpace) {

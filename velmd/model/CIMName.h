@@ -17,8 +17,11 @@ std::string foldedName(std::string_view name);
 /// ASCII, no digit first, 256 bytes at the most.
 bool isCIMName(std::string_view name) noexcept;
 
-/// Without slashes at both ends; throws CIMOMException (4) when what is left is empty or no sequence of
-/// names parted by single slashes.
+/// `nameSpace` without the slashes at both ends, which do not count in names of namespaces.
+std::string_view withoutOuterSlashes(std::string_view nameSpace) noexcept;
+
+/// The same for a name that is to be checked; throws CIMOMException (4) when what is left is empty or no
+/// sequence of names parted by single slashes.
 std::string checkedNamespace(std::string_view nameSpace);
 
 /// quoted(text): the text in single quotes for a message, cut to 60 bytes, at the end of a character, with

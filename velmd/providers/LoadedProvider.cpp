@@ -1,6 +1,9 @@
 #include "velmd/providers/LoadedProvider.h"
 
+#include "velmd/model/CIMName.h"
 #include "velmd/providers/ProviderException.h"
+
+#include <algorithm>
 
 namespace velm {
 
@@ -26,13 +29,22 @@ std::vector<std::string> classNamesOf(IProvider& provider) {
 
 }  // namespace
 
-LoadedProvider::LoadedProvider(ProviderLibrary library, const ProviderHost& host)
+LoadedProvider::LoadedProvider(ProviderLibrary library, std::filesystem::path file, const ProviderHost& host)
     : _library(std::move(library)),
+      _file(std::move(file)),
       _gateHandle(makeGate(_library.name(), host)),
       _gate(static_cast<ReportGate*>(_gateHandle.Get())),
       _provider(_library.create({_gateHandle, host.nameSpace, host.argumentOf(_library.name())})),
       _gated(*_provider, _gateHandle),
       _classNames(classNamesOf(*_provider)) {
+}
+
+bool LoadedProvider::serves(std::string_view className) const noexcept {
+    return std::ranges::any_of(_classNames, [&](const std::string& own) { return sameName(own, className); });
+}
+
+void LoadedProvider::giveUp(std::string_view className) {
+    std::erase_if(_classNames, [&](const std::string& own) { return sameName(own, className); });
 }
 
 }  // namespace velm

@@ -4,6 +4,7 @@
 #include "velmd/providers/ProviderLibrary.h"
 #include "velmd/providers/ReportGate.h"
 
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -30,12 +31,17 @@ struct ProviderHost {
 /// destructor deletes the provider, closes the gate, then the shared object.
 class LoadedProvider {
 public:
-    /// Throws std::runtime_error, whose text says why the provider cannot work.
-    LoadedProvider(ProviderLibrary library, const ProviderHost& host);
+    /// `file` is where the library came from. Throws std::runtime_error, whose text says why the provider
+    /// cannot work.
+    LoadedProvider(ProviderLibrary library, std::filesystem::path file, const ProviderHost& host);
 
     const std::string& name() const noexcept { return _library.name(); }
+    const std::filesystem::path& file() const noexcept { return _file; }
     /// As the provider spells them; none for a provider that only reports.
     const std::vector<std::string>& classNames() const noexcept { return _classNames; }
+    bool serves(std::string_view className) const noexcept;
+    /// Has the provider not serve this class. Requires: nobody else uses it yet.
+    void giveUp(std::string_view className);
     /// To be called in its place.
     IProvider& provider() noexcept { return _gated; }
     ReportGate& gate() noexcept { return *_gate; }
@@ -46,6 +52,7 @@ private:
     };
 
     ProviderLibrary _library;
+    const std::filesystem::path _file;
     const ORVSmrPtr<IOrvoSubscriber> _gateHandle;
     const std::unique_ptr<ReportGate, CloseGate> _gate;
     const std::unique_ptr<IProvider> _provider;

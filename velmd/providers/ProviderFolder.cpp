@@ -44,6 +44,19 @@ std::vector<std::filesystem::path> providerFilesIn(const std::filesystem::path& 
     return files;
 }
 
+void warnOfUnknownClasses(const LoadedProvider& loaded, const ProviderHost& host) {
+    const auto classes = host.findNamespace(host.nameSpace.view()).classes;
+    for (const std::string& className : loaded.classNames()) {
+        if (!classes->find(className)) {
+            log(fmt::format(
+                    "The provider {} serves {}, which namespace {} does not have; velmd --import loads "
+                    "the declaration of a class",
+                    loaded.name(), quoted(className), host.nameSpace.view()),
+                OrvoTraceLog::SeverityWarning);
+        }
+    }
+}
+
 }  // namespace
 
 ProviderFolder::ProviderFolder(const std::filesystem::path& directory, const ProviderHost& host) {
@@ -67,12 +80,28 @@ ProviderFolder::~ProviderFolder() {
 void ProviderFolder::_load(const std::filesystem::path& file, const ProviderHost& host) {
     ProviderLibrary library(trustedFile(file));
     _refuseTakenName(library.name());
-    _providers.push_back(std::make_unique<LoadedProvider>(std::move(library), host));
-    const LoadedProvider& loaded = *_providers.back();
+    auto provider = std::make_unique<LoadedProvider>(std::move(library), file, host);
+    _giveUpTakenClasses(*provider);
+    const LoadedProvider& loaded = *_providers.emplace_back(std::move(provider));
     log(fmt::format("Loaded the provider {} from '{}'; it serves {}", loaded.name(), file.string(),
                     loaded.classNames().empty() ? "no class"
                                                 : fmt::format("{}", fmt::join(loaded.classNames(), ", "))),
         OrvoTraceLog::SeverityInformation);
+    warnOfUnknownClasses(loaded, host);
+}
+
+void ProviderFolder::_giveUpTakenClasses(LoadedProvider& loaded) const {
+    for (const std::string& className : std::vector(loaded.classNames())) {
+        const auto owner = std::ranges::find_if(
+            _providers, [&](const auto& provider) { return provider->serves(className); });
+        if (owner != _providers.end()) {
+            loaded.giveUp(className);
+            log(fmt::format("The provider {} ('{}') does not serve {}: the provider {} ('{}') does",
+                            loaded.name(), loaded.file().string(), quoted(className), (*owner)->name(),
+                            (*owner)->file().string()),
+                OrvoTraceLog::SeverityWarning);
+        }
+    }
 }
 
 void ProviderFolder::_refuseTakenName(const std::string& name) const {

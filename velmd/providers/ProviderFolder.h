@@ -11,7 +11,9 @@ namespace velm {
 /// The providers of one directory: every lib*_provider.so in it, loaded in order of name.
 ///
 /// A file that is no sound provider, or not safe to load, is refused with an error line that names it and
-/// says why, and the rest load. See docs/providers.md for the conditions.
+/// says why, and the rest load. See docs/providers.md for the conditions. A class belongs to the first
+/// provider that names it; that a later one does not serve it, and that the repository does not have a class,
+/// are warnings.
 ///
 /// Threads: constructed and destroyed by one thread; providers report on threads of their own as soon as they
 /// are loaded.
@@ -36,6 +38,7 @@ public:
 private:
     void _load(const std::filesystem::path& file, const ProviderHost& host);
     void _refuseTakenName(const std::string& name) const;
+    void _giveUpTakenClasses(LoadedProvider& loaded) const;
 
     std::vector<std::unique_ptr<LoadedProvider>> _providers;
 };

@@ -3,6 +3,8 @@
 #include "velmd/model/CIMName.h"
 #include "velmd/providers/ProviderException.h"
 
+#include <algorithm>
+#include <array>
 #include <dlfcn.h>
 #include <string_view>
 
@@ -12,6 +14,8 @@ namespace velm {
 
 namespace {
 
+/// Keys of the section in which providers have their arguments, in lower case.
+constexpr std::array<std::string_view, 1> reservedNames{"directory"};
 constexpr std::string_view nameCharacters = "abcdefghijklmnopqrstuvwxyz0123456789_";
 
 [[noreturn]] void refuse(const std::string& why) {
@@ -47,6 +51,9 @@ std::string nameIn(const ProviderDescription& description) {
     if (name.empty() || name.find_first_not_of(nameCharacters) != std::string_view::npos) {
         refuse(fmt::format("its name {} is not made of lower case letters, digits and underscores",
                            quoted(name)));
+    }
+    if (std::ranges::find(reservedNames, name) != reservedNames.end()) {
+        refuse(fmt::format("its name {} is a word of the configuration", quoted(name)));
     }
     return std::string(name);
 }

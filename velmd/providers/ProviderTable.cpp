@@ -12,13 +12,6 @@ bool contains(const std::vector<std::string>& names, std::string_view name) {
     return std::ranges::any_of(names, [&](const std::string& each) { return sameName(each, name); });
 }
 
-std::string_view withoutOuterSlashes(std::string_view nameSpace) {
-    const auto first = nameSpace.find_first_not_of('/');
-    return first == std::string_view::npos
-               ? std::string_view()
-               : nameSpace.substr(first, nameSpace.find_last_not_of('/') - first + 1);
-}
-
 }  // namespace
 
 ProviderTable::ProviderTable(std::string nameSpace, IsA isA)
@@ -31,7 +24,7 @@ void ProviderTable::add(const ORVString& name, IProvider& provider,
                         const std::vector<std::string>& classNames) {
     Entry entry{ORVSmrPtr<OrvoProviderInfo>(new OrvoProviderInfo(name, &provider)), {}};
     for (const std::string& className : classNames) {
-        if (!contains(entry.classNames, className)) {
+        if (!providerOf(className) && !contains(entry.classNames, className)) {
             entry.classNames.push_back(className);
         }
     }

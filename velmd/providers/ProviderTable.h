@@ -32,7 +32,8 @@ public:
     ProviderTable(std::string nameSpace, IsA isA);
     ~ProviderTable() override;
 
-    /// Providers are asked in the order of their addition. Requires: nobody else uses the table yet.
+    /// A class belongs to the first provider that is added with it; a later one does not serve it. Requires:
+    /// nobody else uses the table yet.
     void add(const ORVString& name, IProvider& provider, const std::vector<std::string>& classNames);
 
     /// For the name of an instance, the providers that serve its class. For a name without keys, which stands
@@ -45,7 +46,7 @@ public:
     /// As providerOf; null for another namespace. An empty one is taken for this.
     IProvider* _selectProvider(const ORVString& nameSpace, const ORVString& className) override;
 
-    /// The first provider that serves the class; null when none does.
+    /// The provider that serves the class; null when none does.
     IProvider* providerOf(std::string_view className) const;
 
     /// Everything that is served: in the order of providers, then as each named its classes.

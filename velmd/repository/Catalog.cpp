@@ -6,16 +6,6 @@
 
 namespace velm {
 
-namespace {
-
-std::string_view withoutOuterSlashes(std::string_view text) {
-    const auto first = text.find_first_not_of('/');
-    return first == std::string_view::npos ? std::string_view()
-                                           : text.substr(first, text.find_last_not_of('/') - first + 1);
-}
-
-}  // namespace
-
 std::int64_t CatalogEntry::classId(std::string_view className) const {
     const auto found = classIds->find(className);
     return found == classIds->end() ? 0 : found->second;

@@ -4,49 +4,9 @@
 #include "velmd/wire/CIMReader.h"
 #include "velmd/wire/CIMWriter.h"
 
-#include <unordered_map>
-
 #include <fmt/format.h>
 
 namespace velm {
-
-namespace {
-
-/// In the order in which they came, but each behind its superclass: an import may have put an older class
-/// below a later one.
-std::vector<const CIMClass*> superClassesFirst(const std::vector<CIMClass>& declared) {
-    std::unordered_map<std::string_view, const CIMClass*, CIMNameHash, CIMNameEqual> pending;
-    for (const CIMClass& declaration : declared) {
-        pending.emplace(declaration.name, &declaration);
-    }
-    std::vector<const CIMClass*> sorted;
-    for (const CIMClass& declaration : declared) {
-        std::vector<const CIMClass*> lineage;
-        for (auto found = pending.find(declaration.name); found != pending.end();) {
-            lineage.push_back(found->second);
-            pending.erase(found);
-            found = pending.find(lineage.back()->superClass);
-        }
-        sorted.insert(sorted.end(), lineage.rbegin(), lineage.rend());
-    }
-    return sorted;
-}
-
-/// What a class refers to may have come after it and be of another kind than it expected, which a tree
-/// refuses when it sees both as new. One by one every class is taken as it was when it came.
-std::shared_ptr<const ClassTree> resolved(const std::vector<CIMClass>& declared) {
-    try {
-        return ClassTree().with(declared);
-    } catch (const OrvoBaseException&) {
-        auto tree = std::make_shared<const ClassTree>();
-        for (const CIMClass* declaration : superClassesFirst(declared)) {
-            tree = tree->with({*declaration});
-        }
-        return tree;
-    }
-}
-
-}  // namespace
 
 CatalogHandle ClassStore::load() {
     auto catalog = std::make_shared<const Catalog>();
@@ -64,9 +24,9 @@ CatalogEntry ClassStore::_loadNamespace(std::int64_t id, std::string_view name) 
     while (statement.step()) {
         ids->emplace(statement.text(1), statement.number(0));
     }
-    const std::vector<CIMClass> declared = declarations(id, name);
+    std::vector<CIMClass> declared = declarations(id, name);
     try {
-        return {id, std::string(name), resolved(declared), std::move(ids)};
+        return {id, std::string(name), ClassTree().with(std::move(declared)), std::move(ids)};
     } catch (const OrvoBaseException& error) {
         _database.refuse(
             fmt::format("the database is damaged: classes of {}: {}", name, error.getMessage().view()));

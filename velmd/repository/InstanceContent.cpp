@@ -73,6 +73,14 @@ ORVSmrPtr<IOrvoObject> completedInstance(const IOrvoObject& given, const CIMClas
     return handleTo(std::move(result));
 }
 
+std::vector<std::string> keyNames(const ResolvedClass& itsClass) {
+    std::vector<std::string> names;
+    for (const std::size_t position : itsClass.keys) {
+        names.push_back(itsClass.declaration.properties[position].name);
+    }
+    return names;
+}
+
 ORVSmrPtr<IOrvoObject> selectedProperties(const IOrvoObject& given,
                                           const std::optional<std::vector<std::string>>& names,
                                           const CIMClass& declaration) {

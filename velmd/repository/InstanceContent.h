@@ -17,6 +17,9 @@ namespace velm {
 /// has beyond the class. Without a name.
 ORVSmrPtr<IOrvoObject> completedInstance(const IOrvoObject& given, const CIMClass& declaration);
 
+/// In the order of instance names.
+std::vector<std::string> keyNames(const ResolvedClass& itsClass);
+
 /// The properties that `names` lists (empty optional: all of `given`), as `given` or else the class has them.
 /// Without a name. Throws CIMOMException (12) for one that the class does not know.
 ORVSmrPtr<IOrvoObject> selectedProperties(const IOrvoObject& given,

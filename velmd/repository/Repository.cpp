@@ -85,7 +85,11 @@ void Repository::createClass(std::string_view nameSpace, CIMClass declaration) {
 void Repository::deleteClass(std::string_view nameSpace, std::string_view className) {
     State::Turn turn(*_state);
     CatalogEntry entry = namespaceIn(turn.catalog(), nameSpace);
-    const auto found = classIn(entry, className);
+    const auto found = entry.classes->find(className);
+    if (!found) {
+        throwStatus(CIMStatus::notFound,
+                    fmt::format("there is no class {} in {}", velm::quoted(className), entry.name));
+    }
     const auto id = entry.classId(className);
     if (!entry.classes->subClasses(className).empty()) {
         throwStatus(CIMStatus::classHasChildren, fmt::format("class {} has subclasses", found->name()));
@@ -126,7 +130,7 @@ std::vector<CIMQualifierDeclaration> Repository::enumerateQualifiers(std::string
 
 void Repository::setQualifier(std::string_view nameSpace, const CIMQualifierDeclaration& declaration) {
     State::Turn turn(*_state);
-    turn.classes().setQualifier(namespaceIn(turn.catalog(), nameSpace).id, declaration);
+    turn.setQualifier(namespaceIn(turn.catalog(), nameSpace), declaration);
     turn.commit();
 }
 

@@ -92,8 +92,9 @@ public:
     ResolvedClassHandle getClass(std::string_view nameSpace, std::string_view className) const;
     /// `declaration` holds elements of its own only. Throws 10, 11, 4 (see ClassTree::with).
     void createClass(std::string_view nameSpace, CIMClass declaration);
-    /// Throws 5, 8 while it has subclasses, 9 while it has instances, or while association instances refer to
-    /// instances that it had: without the class, their names would mean nothing.
+    /// Throws 6 when there is no such class, 8 while it has subclasses, 9 while it has instances, or while
+    /// association instances refer to instances that it had: without the class, their names would mean
+    /// nothing.
     void deleteClass(std::string_view nameSpace, std::string_view className);
 
     // Qualifier types.
@@ -101,7 +102,7 @@ public:
     /// Throws 6.
     CIMQualifierDeclaration getQualifier(std::string_view nameSpace, std::string_view name) const;
     std::vector<CIMQualifierDeclaration> enumerateQualifiers(std::string_view nameSpace) const;
-    /// Adds it, or replaces the one of this name.
+    /// Adds it, or replaces the one of this name. Throws 4 for a name that is none.
     void setQualifier(std::string_view nameSpace, const CIMQualifierDeclaration& declaration);
     /// Throws 6.
     void deleteQualifier(std::string_view nameSpace, std::string_view name);
@@ -129,9 +130,9 @@ public:
     std::vector<ORVSmrPtr<IOrvoObject>> enumerateInstances(std::string_view nameSpace,
                                                            std::string_view className) const;
 
-    /// Properties not given take the defaults of the class, or NULL. Returns its name. Throws 5, 11; 4 for a
-    /// class that is abstract or has no key, and for a missing key; 12 for an unknown property, 13 for one of
-    /// another type.
+    /// Properties not given take the defaults of the class, or NULL. Returns its name. Throws 5; 4 for a
+    /// class that is abstract or has no key, and for a missing key; 11 before what concerns other properties
+    /// than keys: 12 for an unknown one, 13 for one of another type.
     ORVSmrPtr<IOrvoInstanceName> createInstance(std::string_view nameSpace, const IOrvoObject& instance);
 
     /// Sets the properties of `instance` that `properties` names (empty: all that it holds); a named property

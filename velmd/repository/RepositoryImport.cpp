@@ -57,14 +57,6 @@ std::vector<ResolvedClassHandle> affected(const std::vector<CIMClass>& declarati
     return result;
 }
 
-std::vector<std::string> keyNames(const ResolvedClass& itsClass) {
-    std::vector<std::string> names;
-    for (const std::size_t position : itsClass.keys) {
-        names.push_back(itsClass.declaration.properties[position].name);
-    }
-    return names;
-}
-
 bool sameKind(const CIMProperty& left, const CIMProperty& right) {
     return left.type->getName() == right.type->getName() && left.type->isArray() == right.type->isArray() &&
            left.embedding == right.embedding;
@@ -145,7 +137,7 @@ void Repository::import(std::string_view nameSpace, Declarations declarations) {
     }
     const CatalogEntry entry = namespaceIn(turn.catalog(), checked);
     for (const CIMQualifierDeclaration& declaration : declarations.qualifiers) {
-        turn.classes().setQualifier(entry.id, declaration);
+        turn.setQualifier(entry, declaration);
     }
     turn.importClasses(entry, std::move(declarations.classes));
     for (std::size_t position = 0; position < declarations.instances.size(); ++position) {

@@ -126,6 +126,15 @@ void Repository::State::Turn::addClasses(CatalogEntry entry, const std::vector<C
     _catalog = _catalog->with(std::move(entry));
 }
 
+void Repository::State::Turn::setQualifier(const CatalogEntry& entry,
+                                           const CIMQualifierDeclaration& declaration) {
+    if (!isCIMName(declaration.name)) {
+        throwStatus(CIMStatus::invalidParameter,
+                    fmt::format("{} is no name of a qualifier type", quoted(declaration.name)));
+    }
+    _classes.setQualifier(entry.id, declaration);
+}
+
 ORVSmrPtr<IOrvoObject> Repository::State::Turn::createInstance(std::string_view nameSpace,
                                                                const IOrvoObject& given) {
     const CatalogEntry& entry = namespaceIn(*_catalog, nameSpace);
@@ -136,12 +145,13 @@ ORVSmrPtr<IOrvoObject> Repository::State::Turn::createInstance(std::string_view 
                                 itsClass->isAbstract ? "is abstract" : "has no key"));
     }
     const auto completed = completedInstance(given, itsClass->declaration);
-    auto instance = _names.canonicalObject(*completed, nullptr, entry.name);
-    const auto name = instance->getInstanceName();
+    const auto keys = selectedProperties(*completed, keyNames(*itsClass), itsClass->declaration);
+    const auto name = _names.canonicalObject(*keys, nullptr, entry.name)->getInstanceName();
     if (_instances.has(name->toString())) {
         throwStatus(CIMStatus::alreadyExists,
                     fmt::format("there is an instance {} already", quoted(name->toString().view())));
     }
+    auto instance = _names.canonicalObject(*completed, name, entry.name);
     _instances.add(entry.classId(itsClass->name()), *itsClass, *instance);
     report({IOrvoIndication::IndicationCreation, instance, {}});
     return instance;

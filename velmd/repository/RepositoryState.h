@@ -62,6 +62,8 @@ public:
     void addClasses(CatalogEntry entry, const std::vector<CIMClass>& declarations);
     /// The same; those that are there already are replaced.
     void importClasses(CatalogEntry entry, std::vector<CIMClass> declarations);
+    /// Throws 4 for a name that is none.
+    void setQualifier(const CatalogEntry& entry, const CIMQualifierDeclaration& declaration);
     /// The instance as it is kept.
     ORVSmrPtr<IOrvoObject> createInstance(std::string_view nameSpace, const IOrvoObject& given);
 

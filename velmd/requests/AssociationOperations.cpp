@@ -274,11 +274,14 @@ void AssociationOperations::_writeInstances(std::string& xml, const Query& query
     const Repository& repository = _instances.repository();
     for (const auto& object : objects) {
         const auto name = object->getInstanceName();
+        const auto classes = repository.find(name->getNameSpace().view()).classes;
+        const auto itsClass = classes->find(name->getClassName().view());
+        if (!itsClass) {
+            continue;  // Both went since it was found.
+        }
         xml += withObjects ? "<VALUE.OBJECTWITHPATH>" : "<OBJECTPATH>";
         writeInstancePath(xml, *name, _hostName);
         if (withObjects) {
-            const auto itsClass =
-                repository.getClass(name->getNameSpace().view(), name->getClassName().view());
             writeInstance(xml, *object, itsClass->declaration, query.selection);
         }
         xml += withObjects ? "</VALUE.OBJECTWITHPATH>" : "</OBJECTPATH>";

@@ -2,12 +2,11 @@
 
 #include "foundation/utilities/ORVXMLError.h"
 #include "velmd/model/CIMName.h"
+#include "velmd/requests/RequestHeaders.h"
 #include "velmd/wire/CIMReader.h"
 #include "velmd/wire/ElementChecks.h"
 
 #include <algorithm>
-#include <charconv>
-#include <optional>
 
 #include <fmt/format.h>
 
@@ -19,122 +18,13 @@ using wire::failSyntax;
 using wire::requiredAttribute;
 
 constexpr unsigned int badRequest = 400;
-constexpr unsigned int notAcceptable = 406;
 constexpr unsigned int contentTooLarge = 413;
-constexpr unsigned int unsupportedMediaType = 415;
 constexpr unsigned int notImplemented = 501;
 
 constexpr std::string_view headerMismatch = "header-mismatch";
 
 [[noreturn]] void refuse(unsigned int status, std::string_view cimError, const std::string& details) {
     throw RefusedRequest(status, cimError, details);
-}
-
-std::string_view trim(std::string_view text) {
-    const auto first = text.find_first_not_of(" \t");
-    return first == std::string_view::npos ? std::string_view()
-                                           : text.substr(first, text.find_last_not_of(" \t") - first + 1);
-}
-
-std::string_view withoutOuterSlashes(std::string_view text) {
-    const auto first = text.find_first_not_of('/');
-    return first == std::string_view::npos ? std::string_view()
-                                           : text.substr(first, text.find_last_not_of('/') - first + 1);
-}
-
-std::optional<char> hexByte(std::string_view digits) {
-    unsigned int value = 0;
-    const char* end = digits.data() + digits.size();
-    return digits.size() == 2 && std::from_chars(digits.data(), end, value, 16).ptr == end
-               ? std::optional(static_cast<char>(value))
-               : std::nullopt;
-}
-
-/// Header values may be written as in a URI: %-encoded UTF-8.
-std::string percentDecoded(std::string_view text) {
-    std::string decoded;
-    while (!text.empty()) {
-        const auto byte = text.front() == '%' ? hexByte(text.substr(1, 2)) : std::nullopt;
-        decoded += byte.value_or(text.front());
-        text.remove_prefix(byte ? 3 : 1);
-    }
-    return decoded;
-}
-
-/// The value of a parameter such as charset in `Content-Type: text/xml; charset="utf-8"`.
-std::optional<std::string_view> mediaTypeParameter(std::string_view value, std::string_view name) {
-    for (auto next = value.find(';'); next != std::string_view::npos; next = value.find(';')) {
-        value.remove_prefix(next + 1);
-        const std::string_view item = value.substr(0, value.find(';'));
-        const auto equals = item.find('=');
-        if (equals != std::string_view::npos && sameName(trim(item.substr(0, equals)), name)) {
-            std::string_view found = trim(item.substr(equals + 1));
-            if (found.size() >= 2 && found.front() == '"' && found.back() == '"') {
-                found = found.substr(1, found.size() - 2);
-            }
-            return found;
-        }
-    }
-    return std::nullopt;
-}
-
-void checkContentType(const HTTPRequest& http) {
-    const std::string* header = http.header("Content-Type");
-    const std::string_view value = header ? *header : std::string_view();
-    const std::string_view type = trim(value.substr(0, value.find(';')));
-    if (!sameName(type, "application/xml") && !sameName(type, "text/xml")) {
-        refuse(badRequest, headerMismatch, "Content-Type must be application/xml or text/xml");
-    }
-    if (!sameName(mediaTypeParameter(value, "charset").value_or("utf-8"), "utf-8")) {
-        refuse(badRequest, headerMismatch, "only the charset utf-8 is understood");
-    }
-    const std::string* encoding = http.header("Content-Encoding");
-    if (encoding && !sameName(trim(*encoding), "identity")) {
-        refuse(unsupportedMediaType, "", "only the content encoding identity is understood");
-    }
-}
-
-/// Whether one of the media ranges lets the response pass.
-bool accepts(std::string_view ranges) {
-    while (!ranges.empty()) {
-        const std::string_view range = ranges.substr(0, ranges.find(','));
-        ranges.remove_prefix(std::min(ranges.size(), range.size() + 1));
-        const bool isRefused =
-            mediaTypeParameter(range, "q").value_or("1").find_first_not_of("0.") == std::string_view::npos;
-        const std::string_view type = trim(range.substr(0, range.find(';')));
-        for (const char* served : {"*/*", "application/*", "text/*", "application/xml", "text/xml"}) {
-            if (sameName(type, served) && !isRefused) {
-                return true;
-            }
-        }
-    }
-    return false;
-}
-
-/// A list may be spread over several headers; an empty one asks for nothing in particular.
-void checkAccept(const HTTPRequest& http) {
-    bool isAsked = false;
-    for (const auto& [name, value] : http.headers) {
-        if (sameName(name, "Accept") && !trim(value).empty()) {
-            isAsked = true;
-            if (accepts(value)) {
-                return;
-            }
-        }
-    }
-    if (isAsked) {
-        refuse(notAcceptable, "", "the response is application/xml");
-    }
-}
-
-void checkOperationHeaders(const HTTPRequest& http) {
-    if (http.header("CIMBatch")) {
-        refuse(notImplemented, "multiple-requests-unsupported", "send one operation in each request");
-    }
-    const std::string* operation = http.header("CIMOperation");
-    if (!operation || !sameName(trim(*operation), "MethodCall")) {
-        refuse(badRequest, "unsupported-operation", "the header CIMOperation: MethodCall is required");
-    }
 }
 
 const XMLElement& onlyChild(const XMLElement& element, std::string_view name) {
@@ -144,10 +34,16 @@ const XMLElement& onlyChild(const XMLElement& element, std::string_view name) {
     return element.children.front();
 }
 
+/// Whether it is a version whose first number is `major`, which ends in a dot: "2.3.1".
+bool isVersion(std::string_view version, std::string_view major) {
+    return version.starts_with(major) && version.size() > major.size() && version.back() != '.' &&
+           version.find("..") == version.npos && version.find_first_not_of("0123456789.") == version.npos;
+}
+
 void checkVersion(const XMLElement& element, std::string_view attribute, std::string_view major,
                   std::string_view cimError) {
     const std::string& version = requiredAttribute(element, attribute);
-    if (!version.starts_with(major)) {
+    if (!isVersion(version, major)) {
         refuse(notImplemented, cimError, fmt::format("{} must be {}x", attribute, major));
     }
 }
@@ -163,13 +59,13 @@ const XMLElement& simpleRequestOf(const XMLElement& document, const HTTPRequest&
     request.messageID = requiredAttribute(message, "ID");
     checkVersion(message, "PROTOCOLVERSION", "1.", "unsupported-protocol-version");
     const std::string* header = http.header("CIMProtocolVersion");
-    if (header && trim(*header) != requiredAttribute(message, "PROTOCOLVERSION")) {
-        const bool isKnown = trim(*header).starts_with("1.");
+    if (header && trimmedHeader(*header) != requiredAttribute(message, "PROTOCOLVERSION")) {
+        const bool isKnown = isVersion(trimmedHeader(*header), "1.");
         refuse(isKnown ? badRequest : notImplemented,
                isKnown ? headerMismatch : "unsupported-protocol-version",
                "CIMProtocolVersion is not the PROTOCOLVERSION of the message");
     }
-    if (message.child("MULTIREQ")) {
+    if (message.child("MULTIREQ") || message.child("MULTIEXPREQ")) {
         refuse(notImplemented, "multiple-requests-unsupported", "send one operation in each request");
     }
     return onlyChild(message, "SIMPLEREQ");
@@ -196,38 +92,62 @@ void readIntrinsicCall(const XMLElement& call, CIMRequest& request) {
         if (parameter->name != "IPARAMVALUE" || parameter->children.size() > 1) {
             failSyntax(*parameter, "only IPARAMVALUE with one value stands here");
         }
+        if (parameter->text.find_first_not_of(" \t\r\n") != std::string::npos) {
+            failSyntax(*parameter, "its value is an element, not text");
+        }
         request.parameters.emplace_back(requiredAttribute(*parameter, "NAME"), &*parameter);
     }
 }
 
+/// LOCALINSTANCEPATH or LOCALCLASSPATH.
+const XMLElement& targetOf(const XMLElement& call) {
+    const auto isParameter = [](const XMLElement& child) { return child.name == "PARAMVALUE"; };
+    if (call.children.empty() || !std::all_of(call.children.begin() + 1, call.children.end(), isParameter)) {
+        failSyntax(call, "it must begin with the path of its target, and only PARAMVALUE follows");
+    }
+    const XMLElement& target = call.children.front();
+    const bool isInstance = target.name == "LOCALINSTANCEPATH";
+    const char* name = isInstance ? "INSTANCENAME" : "CLASSNAME";
+    if ((!isInstance && target.name != "LOCALCLASSPATH") || target.children.size() != 2 ||
+        target.children.back().name != name) {
+        failSyntax(target, "it is no LOCALINSTANCEPATH or LOCALCLASSPATH");
+    }
+    return target;
+}
+
 void readExtrinsicCall(const XMLElement& call, CIMRequest& request) {
     request.isExtrinsic = true;
-    const XMLElement* target = call.child("LOCALINSTANCEPATH");
-    target = target ? target : call.child("LOCALCLASSPATH");
-    const XMLElement* path = target ? target->child("LOCALNAMESPACEPATH") : nullptr;
-    if (!path) {
-        failSyntax(call, "it must begin with the path of its target");
-    }
-    request.nameSpace = withoutOuterSlashes(readNamespace(*path));
+    request.nameSpace = withoutOuterSlashes(readNamespace(targetOf(call).children.front()));
 }
 
-/// Whether the header names the target: the namespace, and for an extrinsic call a path that begins with it.
-bool namesTarget(const std::string& header, const CIMRequest& request) {
-    const std::string decoded = percentDecoded(trim(header));
-    std::string_view object = withoutOuterSlashes(decoded);
-    if (request.isExtrinsic) {
-        object = withoutOuterSlashes(object.substr(0, object.find(':')));
-    }
-    return sameName(object, request.nameSpace);
+/// Whether `path` names the class, and keys where the target is an instance. Which keys those are is not
+/// compared.
+bool namesObject(std::string_view path, const XMLElement& call) {
+    const XMLElement& target = targetOf(call);
+    const bool isInstance = target.name == "LOCALINSTANCEPATH";
+    const std::string& className =
+        requiredAttribute(target.children.back(), isInstance ? "CLASSNAME" : "NAME");
+    const auto dot = path.find('.');
+    return sameName(path.substr(0, dot), className) && isInstance == (dot != path.npos);
 }
 
-void checkTargetHeaders(const HTTPRequest& http, const CIMRequest& request) {
+/// Whether the header names the target: the namespace, and for an extrinsic call the class or the instance
+/// behind a colon.
+bool namesTarget(const std::string& header, const XMLElement& call, const CIMRequest& request) {
+    const std::string decoded = decodedHeader(header);
+    const std::string_view object = decoded;
+    const auto colon = request.isExtrinsic ? object.find(':') : object.npos;
+    return sameName(withoutOuterSlashes(object.substr(0, colon)), request.nameSpace) &&
+           (!request.isExtrinsic || (colon != object.npos && namesObject(object.substr(colon + 1), call)));
+}
+
+void checkTargetHeaders(const HTTPRequest& http, const XMLElement& call, const CIMRequest& request) {
     const std::string* method = http.header("CIMMethod");
-    if (!method || !sameName(percentDecoded(trim(*method)), request.method)) {
+    if (!method || !sameName(decodedHeader(*method), request.method)) {
         refuse(badRequest, headerMismatch, "CIMMethod is not the method of the message");
     }
     const std::string* object = http.header("CIMObject");
-    if (!object || !namesTarget(*object, request)) {
+    if (!object || !namesTarget(*object, call, request)) {
         refuse(badRequest, headerMismatch, "CIMObject is not the target of the message");
     }
 }
@@ -252,9 +172,7 @@ XMLElement readDocument(const HTTPRequest& http, const MessageLimits& limits) {
 }  // namespace
 
 CIMRequest CIMRequest::read(const HTTPRequest& http, const MessageLimits& limits) {
-    checkAccept(http);
-    checkContentType(http);
-    checkOperationHeaders(http);
+    checkHeaders(http);
     CIMRequest request;
     request.document = readDocument(http, limits);
     const XMLElement& call = callOf(simpleRequestOf(request.document, http, request));
@@ -264,7 +182,7 @@ CIMRequest CIMRequest::read(const HTTPRequest& http, const MessageLimits& limits
     } else {
         readExtrinsicCall(call, request);
     }
-    checkTargetHeaders(http, request);
+    checkTargetHeaders(http, call, request);
     request.localAddress = http.localAddress;
     request.localPort = std::to_string(http.localPort);
     return request;

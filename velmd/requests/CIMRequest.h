@@ -13,10 +13,11 @@ namespace velm {
 
 /// How much of a message is read.
 struct MessageLimits {
-    /// Elements inside each other.
+    /// Elements inside each other. A deeper document is refused as not well-formed.
     std::size_t maxDepth = 64;
-    /// Tags and attributes, counted as the characters < and = of the text. Each may take over a hundred bytes
-    /// of memory while the request is answered. Past it the request is refused with 413.
+    /// Tags and attributes, counted as the characters < and = of the text, those in values included. Each may
+    /// take over a hundred bytes of memory while the request is answered. Past it the request is refused with
+    /// 413.
     std::size_t maxMarkup = 500'000;
 };
 

@@ -94,7 +94,13 @@ OperationResult ClassOperations::createClass(const CIMRequest& request) const {
 OperationResult ClassOperations::deleteClass(const CIMRequest& request) const {
     const Parameters parameters(request, {"ClassName"});
     const std::string className = parameters.className("ClassName");
-    foundClass(*_repository.find(request.nameSpace).classes, className);
+    // A class with subclasses is left to the repository: they are told of first.
+    const auto classes = _repository.find(request.nameSpace).classes;
+    if (_instances.isServed(request.nameSpace, className) && classes->find(className) &&
+        classes->subClasses(className).empty()) {
+        throwStatus(CIMStatus::classHasInstances,
+                    fmt::format("a provider serves the instances of class {}", quoted(className)));
+    }
     _repository.deleteClass(request.nameSpace, className);
     return {};
 }

@@ -1,8 +1,11 @@
 #include "velmd/requests/InstanceOperations.h"
 
+#include "foundation/services/CIMOMException.h"
+#include "velmd/model/CIMStatus.h"
 #include "velmd/requests/Parameters.h"
 #include "velmd/requests/Selection.h"
 #include "velmd/wire/CIMReader.h"
+#include "velmd/wire/ElementChecks.h"
 
 #include <algorithm>
 
@@ -19,6 +22,19 @@ void dropDeeper(CIMSelection& selection, const CIMClass& declaration, const CIMC
         }
     }
     selection.properties = std::move(kept);
+}
+
+/// Values of a wrong type (13) are told of behind what `check` throws: whether class and instance exist.
+template <class Check>
+ORVSmrPtr<IOrvoObject> readInstanceOf(const XMLElement& element, Check check) {
+    try {
+        return readInstance(element);
+    } catch (const CIMOMException& refusal) {
+        if (refusal.getCode() == static_cast<int>(CIMStatus::typeMismatch)) {
+            check();
+        }
+        throw;
+    }
 }
 
 }  // namespace
@@ -41,11 +57,14 @@ OperationResult InstanceOperations::enumerateInstances(const CIMRequest& request
     const std::string className = parameters.className("ClassName");
     const bool deep = parameters.boolean("DeepInheritance", true);
     const CIMSelection wanted = instanceSelection(parameters);
-    const Repository& repository = _instances.repository();
-    const auto base = repository.getClass(request.nameSpace, className);
+    const auto classes = _instances.repository().find(request.nameSpace).classes;
     OperationResult result{"", {}};
     for (const auto& object : _instances.enumerate(request.nameSpace, className)) {
-        const auto found = repository.getClass(request.nameSpace, object->getClassName().view());
+        const auto base = classes->find(className);
+        const auto found = classes->find(object->getClassName().view());
+        if (!base || !found) {
+            continue;  // Its class came behind `classes`.
+        }
         CIMSelection selection = wanted;
         if (!deep) {
             dropDeeper(selection, found->declaration, base->declaration);
@@ -69,7 +88,12 @@ OperationResult InstanceOperations::enumerateInstanceNames(const CIMRequest& req
 
 OperationResult InstanceOperations::createInstance(const CIMRequest& request) const {
     const Parameters parameters(request, {"NewInstance"});
-    const auto instance = readInstance(parameters.element("NewInstance", "INSTANCE"));
+    const XMLElement& given = parameters.element("NewInstance", "INSTANCE");
+    const auto instance = readInstanceOf(given, [&] {
+        const std::string className = wire::requiredAttribute(given, "CLASSNAME");
+        _instances.requireWritable(request.nameSpace, className);
+        _instances.repository().getClass(request.nameSpace, className);
+    });
     OperationResult result{"", {}};
     writeInstanceName(*result.returnValue, *_instances.create(request.nameSpace, *instance));
     return result;
@@ -85,7 +109,12 @@ OperationResult InstanceOperations::modifyInstance(const CIMRequest& request) co
     }
     parameters.boolean("IncludeQualifiers", true);
     const auto properties = parameters.optionalStrings("PropertyList");
-    _instances.modify(*readInstanceName(*name), *readInstance(*instance), properties, request.nameSpace);
+    const auto target = readInstanceName(*name);
+    const auto changed = readInstanceOf(*instance, [&] {
+        _instances.requireWritable(request.nameSpace, target->getClassName().view());
+        _instances.get(*target, request.nameSpace);
+    });
+    _instances.modify(*target, *changed, properties, request.nameSpace);
     return {};
 }
 

@@ -1,5 +1,7 @@
 #include "velmd/requests/Instances.h"
 
+#include "foundation/object_model/COrvoObject.h"
+#include "foundation/services/CIMOMException.h"
 #include "foundation/services/CIMOMTransaction.h"
 #include "velmd/model/CIMName.h"
 #include "velmd/model/CIMStatus.h"
@@ -42,6 +44,24 @@ bool canReferTo(const ResolvedClass& association, const ResolvedClass& target) {
            });
 }
 
+/// Clients read the keys of an instance among its properties. Requires: both are in canonical form.
+ORVSmrPtr<IOrvoObject> withKeys(const IOrvoObject& object, const IOrvoInstanceName& name) {
+    auto* result = new COrvoObject(object, false);
+    ORVSmrPtr<IOrvoObject> handle(result);
+    const auto keys = name.getKeyBindings();
+    for (const COrvoKeyBinding& key : *keys) {
+        const auto property = object.getProperty(key.name);
+        if (property.IsNull() || property->getValue()->isNull()) {
+            result->setProperty(key.name, key.value);
+        } else if (property->getValue()->toString() != key.value->toString()) {
+            throwStatus(CIMStatus::failed,
+                        fmt::format("the key {} of {} is {}", key.name.view(), quoted(name.toString().view()),
+                                    quoted(property->getValue()->toString().view())));
+        }
+    }
+    return handle;
+}
+
 bool refersTo(const IOrvoObject& association, const ORVString& target) {
     for (unsigned int position = 0; position < association.getPropertyCount(); ++position) {
         const auto value = association.getProperty(position)->getValue();
@@ -73,8 +93,12 @@ std::vector<ProviderTable::Served> Instances::_servedAtOrBelow(std::string_view 
                                                    : std::vector<Served>();
 }
 
-void Instances::_refuseWhereServed(std::string_view nameSpace, std::string_view className) const {
-    if (_providerOf(nameSpace, className)) {
+bool Instances::isServed(std::string_view nameSpace, std::string_view className) const {
+    return _providerOf(nameSpace, className) != nullptr;
+}
+
+void Instances::requireWritable(std::string_view nameSpace, std::string_view className) const {
+    if (isServed(nameSpace, className)) {
         throwStatus(
             CIMStatus::notSupported,
             fmt::format("instances of {} come from a provider and cannot be written", quoted(className)));
@@ -87,9 +111,10 @@ ORVSmrPtr<IOrvoObject> Instances::_fromProvider(IProvider& provider,
     return callProvider(provider, name->getClassName(), "getInstance", _providerTimeout,
                         [&](const ORVSmrPtr<IOrvoTransaction>& transaction) {
                             const auto object = provider.getInstance(nameSpace, name, transaction);
-                            return object.IsNull()
-                                       ? object
-                                       : _repository.names().canonicalObject(*object, name, nameSpace.view());
+                            return object.IsNull() ? object
+                                                   : withKeys(*_repository.names().canonicalObject(
+                                                                  *object, name, nameSpace.view()),
+                                                              *name);
                         });
 }
 
@@ -112,8 +137,18 @@ Instances::Names Instances::_namesFromProvider(const Served& served) const {
 
 ORVSmrPtr<IOrvoObject> Instances::find(const ORVSmrPtr<IOrvoInstanceName>& name) const {
     const ORVString nameSpace = name->getNameSpace();
-    IProvider* provider = _providerOf(nameSpace.view(), name->getClassName().view());
-    return provider ? _fromProvider(*provider, name) : _repository.findInstance(*name, nameSpace.view());
+    if (IProvider* provider = _providerOf(nameSpace.view(), name->getClassName().view())) {
+        return _fromProvider(*provider, name);
+    }
+    try {
+        return _repository.findInstance(*name, nameSpace.view());
+    } catch (const CIMOMException& refusal) {
+        // The class was there when the name was made, and may have gone behind its last instance.
+        if (refusal.getCode() != static_cast<int>(CIMStatus::invalidClass)) {
+            throw;
+        }
+        return {};
+    }
 }
 
 ORVSmrPtr<IOrvoObject> Instances::get(const IOrvoInstanceName& name, std::string_view nameSpace) const {
@@ -154,19 +189,19 @@ Instances::Names Instances::enumerateNames(std::string_view nameSpace, std::stri
 
 ORVSmrPtr<IOrvoInstanceName> Instances::create(std::string_view nameSpace,
                                                const IOrvoObject& instance) const {
-    _refuseWhereServed(nameSpace, instance.getClassName().view());
+    requireWritable(nameSpace, instance.getClassName().view());
     return _repository.createInstance(nameSpace, instance);
 }
 
 void Instances::modify(const IOrvoInstanceName& name, const IOrvoObject& instance,
                        const std::optional<std::vector<std::string>>& properties,
                        std::string_view nameSpace) const {
-    _refuseWhereServed(nameSpace, name.getClassName().view());
+    requireWritable(nameSpace, name.getClassName().view());
     _repository.modifyInstance(name, instance, properties, nameSpace);
 }
 
 void Instances::remove(const IOrvoInstanceName& name, std::string_view nameSpace) const {
-    _refuseWhereServed(nameSpace, name.getClassName().view());
+    requireWritable(nameSpace, name.getClassName().view());
     _repository.deleteInstance(name, nameSpace);
 }
 

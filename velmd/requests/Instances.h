@@ -16,7 +16,8 @@ namespace velm {
 ///
 /// Threads: any number. Namespaces come without outer slashes; results are in the repository's spelling.
 /// Failure: CIMOMException with the status for the client; 1 when a provider throws or answers what makes no
-/// sense, with the class and the text; 7 for writing where a provider serves.
+/// sense, with the class and the text; 7 for writing where a provider serves. Keys that a provider leaves out
+/// of an instance, or has as NULL, are filled in from its name; other keys than the name's make no sense.
 class Instances {
 public:
     using Objects = std::vector<ORVSmrPtr<IOrvoObject>>;
@@ -28,6 +29,11 @@ public:
               int providerTimeout);
 
     Repository& repository() const noexcept { return _repository; }
+
+    /// Whether a provider serves the class, with or without instances at this moment.
+    bool isServed(std::string_view nameSpace, std::string_view className) const;
+    /// Throws 7 where a provider serves, as what writes does.
+    void requireWritable(std::string_view nameSpace, std::string_view className) const;
 
     /// The instance with this name, which is in canonical form; a null handle when there is none.
     ORVSmrPtr<IOrvoObject> find(const ORVSmrPtr<IOrvoInstanceName>& name) const;
@@ -51,7 +57,6 @@ private:
 
     IProvider* _providerOf(std::string_view nameSpace, std::string_view className) const;
     std::vector<Served> _servedAtOrBelow(std::string_view nameSpace, std::string_view className) const;
-    void _refuseWhereServed(std::string_view nameSpace, std::string_view className) const;
     ORVSmrPtr<IOrvoObject> _fromProvider(IProvider& provider, const ORVSmrPtr<IOrvoInstanceName>& name) const;
     Names _namesFromProvider(const Served& served) const;
 

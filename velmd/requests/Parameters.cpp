@@ -80,14 +80,6 @@ bool Parameters::boolean(std::string_view name, bool fallback) const {
     }
 }
 
-std::uint32_t Parameters::uint32(std::string_view name) const {
-    try {
-        return COrvoValue::parse(ORVString(string(name)), COrvoType::uint32)->getUint32();
-    } catch (const ORVTypeException&) {
-        refuse(name, "must be a number from 0 to 4294967295");
-    }
-}
-
 std::optional<std::string> Parameters::optionalClassName(std::string_view name) const {
     return has(name) ? std::optional(className(name)) : std::nullopt;
 }

@@ -4,7 +4,6 @@
 #include "foundation/object_model/IOrvoObject.h"
 #include "velmd/requests/CIMRequest.h"
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -26,7 +25,6 @@ public:
     bool boolean(std::string_view name, bool fallback) const;
     std::string string(std::string_view name) const;
     std::optional<std::string> optionalString(std::string_view name) const;
-    std::uint32_t uint32(std::string_view name) const;
 
     /// CLASSNAME, or the name as a plain VALUE.
     std::string className(std::string_view name) const;

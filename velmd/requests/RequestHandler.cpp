@@ -100,10 +100,10 @@ void logFailure(const CIMRequest& request, std::string_view problem) {
 
 RequestHandler::RequestHandler(const Parts& parts, const MessageLimits& limits, Authenticate authenticate)
     : _repository(parts.repository),
-      _classes(parts.repository, parts.classCreated),
+      _classes(parts.instances, parts.classCreated),
       _instances(parts.instances),
       _associations(parts.instances, parts.hostName),
-      _subscriptions(parts.repository, parts.manager),
+      _subscriptions(parts.repository, parts.manager, parts.maxSubscribers),
       _limits(limits),
       _authenticate(std::move(authenticate)) {
     _listOperations();

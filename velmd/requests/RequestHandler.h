@@ -28,6 +28,8 @@ public:
         /// Names this server in the paths that are answered.
         std::string hostName;
         ClassOperations::ClassCreated classCreated;
+        /// 0: no bound.
+        std::size_t maxSubscribers = 0;
     };
 
     /// Answers the challenge ("Basic realm=...") for a request that must not pass, nothing for one that may.

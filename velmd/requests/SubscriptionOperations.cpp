@@ -78,6 +78,29 @@ void refuseIfThere(const Parameters& parameters, std::string_view name, std::str
     }
 }
 
+/// CLASSNAME, or INSTANCENAME.
+bool namesInstance(const Parameters& parameters, std::string_view name) {
+    const XMLElement* element = parameters.find(name);
+    return element && element->name == "INSTANCENAME";
+}
+
+/// Whether each parameter is what it has to be, before what it names is looked for.
+void checkForms(const Parameters& parameters) {
+    parameters.optionalClassName("ClassName");
+    parameters.boolean("ClassWide", false);
+    for (const char* end : {"EndOne", "EndTwo"}) {
+        if (!namesInstance(parameters, end)) {
+            parameters.optionalClassName(end);
+        }
+    }
+    const XMLElement* filter = parameters.find("Filter");
+    if (!filter || filter->name != "VALUE.ARRAY") {
+        parameters.optionalClassName("Filter");
+    } else if (parameters.optionalStrings("Filter")->empty()) {
+        Parameters::refuse("Filter", "names no property");
+    }
+}
+
 /// Whether the parameters go together, before what they name is looked for.
 void checkCombination(const Parameters& parameters, Type type) {
     const bool isChange = type == IOrvoIndication::IndicationChange;
@@ -97,6 +120,18 @@ void checkCombination(const Parameters& parameters, Type type) {
         refuseIfThere(parameters, "ClassWide", "goes with the IndicationType Change");
         refuseIfThere(parameters, "Filter", "goes with the IndicationType Change");
     }
+}
+
+/// The manager holds its lock while it writes the response of a channel, most of which is this opening: it
+/// must fit into what the socket takes at once. HTTP headers and return value need less than the other half.
+constexpr std::size_t longestOpening = HTTPResponse::unblockedBytes / 2;
+
+std::string channelOpening(const CIMRequest& request) {
+    std::string opening = responseOpening(request);
+    if (opening.size() > longestOpening) {
+        throwStatus(CIMStatus::invalidParameter, "the message ID is too long for a channel");
+    }
+    return opening;
 }
 
 OperationResult answer(bool value) {
@@ -145,9 +180,7 @@ public:
 
     /// CLASSNAME or INSTANCENAME.
     ORVSmrPtr<IOrvoValue> end(std::string_view parameter) const {
-        const XMLElement* element = _parameters.find(parameter);
-        const bool isInstance = element && element->name == "INSTANCENAME";
-        return isInstance ? instanceValue(parameter) : classValue(parameter);
+        return namesInstance(_parameters, parameter) ? instanceValue(parameter) : classValue(parameter);
     }
 
 private:
@@ -170,9 +203,6 @@ ORVSmrPtr<IOrvoSubscriptionFilter> SubscriptionOperations::_filterIn(const Param
         return filter;
     }
     const auto names = parameters.optionalStrings("Filter").value_or(std::vector<std::string>());
-    if (names.empty()) {
-        Parameters::refuse("Filter", "names no property");
-    }
     const ResolvedClassHandle watched = target.classWithName(className.view());
     const CIMClass& declaration = watched->declaration;
     for (const std::string& name : names) {
@@ -220,6 +250,7 @@ SubscriptionOperations::Subscription SubscriptionOperations::_subscription(const
     const Target target(_repository, nameSpace, parameters);
     Subscription subscription{subscriberIn(parameters), typeIn(parameters), {}, false, {}, {}, {}, {}};
     checkCombination(parameters, subscription.type);
+    checkForms(parameters);
     if (subscription.isChange()) {
         _readChange(subscription, parameters, target);
     } else {
@@ -240,6 +271,7 @@ bool SubscriptionOperations::_subscribe(Subscription& wanted, const ORVString& l
 
 OperationResult SubscriptionOperations::subscribe(const CIMRequest& request) const {
     Subscription wanted = _subscription(request);
+    _limit.requireRoomFor(*wanted.subscriber);
     try {
         return answer(_subscribe(wanted, ORVString(request.localAddress), ORVString(request.localPort)));
     } catch (const CIMOMException&) {
@@ -269,9 +301,11 @@ OperationResult SubscriptionOperations::heartBeat(const CIMRequest& request) con
 
 OperationResult SubscriptionOperations::registerNotificationChannel(const CIMRequest& request) const {
     const Parameters parameters(request, {"SubscriberHost", "SubscriberPort", "SessionID"});
+    const ORVSmrPtr<CSubscriberID> subscriber = subscriberIn(parameters);
+    _limit.requireRoomFor(*subscriber);
     OperationResult result;
-    result.takeOver = [this, subscriber = subscriberIn(parameters), host = ORVString(request.localAddress),
-                       port = ORVString(request.localPort), opening = responseOpening(request)](int socket) {
+    result.takeOver = [this, subscriber, host = ORVString(request.localAddress),
+                       port = ORVString(request.localPort), opening = channelOpening(request)](int socket) {
         try {
             _openChannel(socket, subscriber, host, port, opening);
         } catch (...) {

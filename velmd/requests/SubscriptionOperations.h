@@ -5,6 +5,7 @@
 #include "velmd/requests/CIMRequest.h"
 #include "velmd/requests/OperationResult.h"
 #include "velmd/requests/Parameters.h"
+#include "velmd/requests/SubscriberLimit.h"
 
 #include <string>
 
@@ -15,12 +16,13 @@ namespace velm {
 ///
 /// Names reach the indication manager in the repository's spelling. Any thread may call the operations; they
 /// throw CIMOMException with the status for the client: 1, with the text, when a provider throws anything
-/// else as it is asked to watch.
+/// else as it is asked to watch; 27 for a subscriber that is one too many.
 class SubscriptionOperations {
 public:
-    /// Requires: both outlive this object.
-    SubscriptionOperations(const Repository& repository, IIndicationManager& manager)
-        : _repository(repository), _manager(manager) {}
+    /// `maxSubscribers` is as SubscriberLimit has it. Requires: both references outlive this object.
+    SubscriptionOperations(const Repository& repository, IIndicationManager& manager,
+                           std::size_t maxSubscribers)
+        : _repository(repository), _manager(manager), _limit(manager, maxSubscribers) {}
 
     OperationResult subscribe(const CIMRequest& request) const;
     OperationResult unsubscribe(const CIMRequest& request) const;
@@ -42,6 +44,7 @@ private:
 
     const Repository& _repository;
     IIndicationManager& _manager;
+    mutable SubscriberLimit _limit;
 };
 
 }  // namespace velm

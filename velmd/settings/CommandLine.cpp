@@ -31,7 +31,10 @@ constexpr const char* examples =
     "  velmd --port 0 --state-dir /tmp/velm          serve on a free port, to try things out\n"
     "  velmd -c /etc/velm/velmd.conf --check-config  tell whether the file is fine\n"
     "  velmd --print-defaults > velmd.conf           begin a file of your own\n"
-    "  velmd --import schema.xml --namespace root/x  load classes into that namespace";
+    "  velmd --import schema.xml --namespace root/x  load classes into that namespace\n"
+    "\n"
+    "Exit codes: 0 done, or stopped as it was told; 1 failed, or ended before it was done;\n"
+    "2 the command line or the configuration is not allowed.";
 
 constexpr const char* actions = "Instead of serving";
 constexpr const char* settings = "Settings";
@@ -101,7 +104,7 @@ private:
         check->excludes(print)->excludes(import);
         print->excludes(import);
         _app.add_option("--namespace", _line.nameSpace,
-                        "Where to import them; default: the server's namespace")
+                        fmt::format("Where to import them; default: {}", defaultNamespace))
             ->type_name("NS")
             ->check(notEmpty())
             ->needs(import)

@@ -8,6 +8,9 @@
 
 namespace velm {
 
+/// The namespace that a server starts with.
+inline constexpr const char* defaultNamespace = "root/kob/talmora";
+
 /// What the daemon was started to do.
 struct CommandLine {
     enum class Action { serve, checkConfiguration, printDefaults, import, leave };
@@ -22,8 +25,7 @@ struct CommandLine {
 
     /// For Action::import.
     std::vector<std::filesystem::path> imports;
-    /// Empty for the server's own namespace.
-    std::string nameSpace;
+    std::string nameSpace = defaultNamespace;
 
     /// Reads the arguments of main(). Never throws; prints help and mistakes itself.
     static CommandLine read(int argc, const char* const* argv);

@@ -44,23 +44,31 @@ constexpr std::array rules{
     text("Server", "StateDirectory", "/var/lib/velm", 1, atStart,
          "Where the repository is kept. It is created when it does not exist, and serves one daemon at a "
          "time."),
-    number(
-        "Server", "DrainSeconds", "10", 0, 3600, live,
-        "Seconds that a stop waits for requests under way and for queued indications. The log says what was "
-        "left undone."),
+    number("Server", "DrainSeconds", "10", 0, 3600, live,
+           "Seconds that a stop waits for requests under way, for half of them at the most, and for queued "
+           "indications. The log says what was left undone. Told to stop again, the daemon ends at once."),
 
     number("Limits", "MaxHeaderBytes", "16384", 1024, 1 << 20, atStart,
            "Bytes of a request's start line and header lines. More are answered with 431."),
     number("Limits", "MaxBodyBytes", "16777216", 1024, 1 << 30, atStart,
            "Bytes of a request's body. More are answered with 413."),
-    number("Limits", "MaxConnections", "20000", 1, million, atStart,
-           "Connections at the same time; one more is answered with 503. Each takes a file descriptor, and "
-           "memory "
-           "for a whole request while it sends one."),
+    number(
+        "Limits", "MaxConnections", "20000", 1, million, atStart,
+        "Connections at the same time; one more is answered with 503. Each takes a file descriptor, and some "
+        "kilobytes while it is idle."),
+    number(
+        "Limits", "MaxHeldBytes", "268435456", 1 << 20, 1LL << 40, atStart,
+        "Bytes of requests and responses that are held for all clients together. Past it whoever holds most "
+        "is let go: with 503 while its request comes in, or instead of its response; with a reset while it "
+        "takes its response."),
     number("Limits", "MaxWaitingRequests", "1000", 1, million, atStart,
            "Requests that wait for a worker; one more is answered with 503."),
     number("Limits", "MaxXMLDepth", "64", 16, 1000, atStart,
            "Elements that may be nested in a request's document."),
+    number(
+        "Limits", "MaxXMLMarkup", "500000", 1000, 100 * million, atStart,
+        "Tags and attributes of a request's document, each of which may take over a hundred bytes of memory. "
+        "More are answered with 413."),
     number("Limits", "IdleSeconds", "300", 1, oneDay, atStart,
            "Seconds that a connection may wait for its next request before it is closed."),
     number("Limits", "RequestSeconds", "60", 1, 3600, atStart,
@@ -82,8 +90,10 @@ constexpr std::array rules{
     number("VELM", "MaxQueuedIndications", "100000", 0, 1000 * million, atStart,
            "Indications that wait for one subscriber before the oldest is dropped, counted and logged. 0: no "
            "bound."),
-    number("VELM", "MaxSubscribers", "0", 0, 1000 * million, atStart,
-           "Subscribers that are accepted. 0: no bound."),
+    number("VELM", "MaxSubscribers", "100000", 0, 1000 * million, atStart,
+           "Subscribers that are kept; one more is answered with CIM status 27 until another goes. Without a "
+           "channel and heartbeats, those on this machine stay for good, and those elsewhere until an "
+           "indication cannot be sent. Each takes about 1500 bytes, and what is queued for it. 0: no bound."),
 
     text("Log", "File", "", 0, live, "The file that the log is written to. Empty: standard error."),
     other("Log", "Format", Kind::choice, "text", "text json", live,
@@ -103,8 +113,10 @@ constexpr std::array rules{
         "large MaxBytes, and SIGHUP after each rotation."),
     text("Log", "LogDir", "", 0, atStart,
          "Where the record of indications, LegacyIndicationsLog.txt, is kept. Empty: the state directory."),
-    other("Log", "RecordIndications", Kind::flag, "FALSE", "", live,
-          "Whether every indication that is delivered is recorded there. The record has no bound."),
+    other(
+        "Log", "RecordIndications", Kind::flag, "FALSE", "", live,
+        "Whether every indication that is delivered is recorded there. The record has no bound. The file is "
+        "there in any case: each start leaves a line in it."),
 };
 
 }  // namespace

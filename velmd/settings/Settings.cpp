@@ -37,6 +37,11 @@ std::vector<std::string> keysOf(std::string_view section) {
     return keys;
 }
 
+/// The daemon keeps this bound itself, where it can answer with a status.
+bool isOfTheDaemon(const SettingRule& rule) {
+    return std::string_view(rule.section) == "VELM" && std::string_view(rule.key) == "MaxSubscribers";
+}
+
 bool isProviderName(std::string_view name) {
     return !name.empty() &&
            name.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789_") == std::string_view::npos;
@@ -184,7 +189,7 @@ std::vector<std::string> Settings::providersNamed() const {
 void Settings::applyToLibrary() const {
     for (const SettingRule& rule : settingRules()) {
         const std::string_view section = rule.section;
-        if (section == "VELM" || section == "Log") {
+        if ((section == "VELM" || section == "Log") && !isOfTheDaemon(rule)) {
             VELMConfigManager::getInstance()->setString(rule.section, rule.key,
                                                         ORVString(_textOf(section, rule.key)));
         }

@@ -53,7 +53,8 @@ public:
     /// exist.
     std::vector<std::string> providersNamed() const;
 
-    /// Hands the library's own sections (VELM, Log) to VELMConfigManager, and sets the log's thresholds.
+    /// Hands the library's own sections (VELM, Log) to VELMConfigManager, all but VELM.MaxSubscribers, which
+    /// is the daemon's to keep, and sets the log's thresholds.
     void applyToLibrary() const;
 
     /// The keys whose values differ in `other`, as "Section.Key", live ones and those that need a restart.
@@ -66,7 +67,7 @@ public:
     /// These settings with the live ones of `newer`: what is in effect after it was read on SIGHUP.
     Settings withLiveOnesOf(const Settings& newer) const;
 
-    /// Every key with its value and where it came from, one line each.
+    /// Every key with its value and where it came from, one line each, under the names of their sections.
     std::string describe() const;
 
     /// The file that ships: every key with its meaning, what is allowed and its default, commented out.

@@ -72,14 +72,24 @@ std::string Settings::documentedDefaults() {
 
 std::string Settings::describe() const {
     std::string text;
-    const auto add = [&text](const Value& value) {
-        text += fmt::format("{} = {} ({})\n", value.name, value.text, value.origin);
+    std::string_view section;
+    const auto add = [&text](std::string_view key, const Value& value) {
+        text += fmt::format("  {:<22} = {:<22} ({})\n", key, value.text, value.origin);
+    };
+    const auto addArguments = [&] {
+        for (const std::string& provider : providersNamed()) {
+            add(provider, _values.at("providers." + provider));
+        }
     };
     for (const SettingRule& rule : settingRules()) {
-        add(_values.at(folded(rule.section) + "." + folded(rule.key)));
-    }
-    for (const std::string& provider : providersNamed()) {
-        add(_values.at("providers." + provider));
+        if (section != rule.section) {
+            section = rule.section;
+            text += fmt::format("{}[{}]\n", text.empty() ? "" : "\n", section);
+            if (section == "Providers") {
+                addArguments();
+            }
+        }
+        add(rule.key, _values.at(folded(rule.section) + "." + folded(rule.key)));
     }
     return text;
 }

@@ -63,7 +63,7 @@ const XMLElement* XMLElement::child(std::string_view childName) const {
 
 XMLElement readXMLTree(std::string_view document, std::size_t maxBytes, std::size_t maxDepth) {
     TreeBuilder builder;
-    SecureXMLReader({maxBytes, maxDepth}).parse(document, builder);
+    SecureXMLReader({maxBytes, maxDepth}, XMLEncoding::utf8).parse(document, builder);
     return std::move(builder.root);
 }
 

@@ -25,7 +25,8 @@ struct XMLElement {
 
 /// Reads a document that nobody vouches for into a tree. Throws ORVXMLError (line and column in its message)
 /// when it is not well-formed, has a document type declaration, or is larger than `maxBytes` or deeper than
-/// `maxDepth`.
+/// `maxDepth`. A document in memory is UTF-8, and refused when it declares another encoding; a file is read
+/// as it declares.
 XMLElement readXMLTree(std::string_view document, std::size_t maxBytes, std::size_t maxDepth);
 XMLElement readXMLTreeFromFile(const std::string& path, std::size_t maxBytes, std::size_t maxDepth);
 

@@ -5,6 +5,11 @@
 #include "tests/support/SubscriberBuilders.h"
 #include "tests/unit/CIMOM_Indications/RegistryFixtures.h"
 
+#include <algorithm>
+#include <random>
+#include <string>
+#include <vector>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -182,3 +187,48 @@ TEST(ClassNode, LetsGoOfItsWholeSubtree_WhenDetached) {
 }
 
 }  // namespace
+
+namespace {
+
+/// The same question, answered by walking down the tree.
+bool walksDownTo(const ORVSmrPtr<CCIMOMClass>& node, const ORVString& className) {
+    if (node->getClassName() == className) {
+        return true;
+    }
+    const auto children = node->getChildClasses();
+    return !children.IsNull() && std::any_of(children->begin(), children->end(), [&](const auto& child) {
+        return walksDownTo(child, className);
+    });
+}
+
+}  // namespace
+
+TEST(ClassNode, AnswersIsAAsAWalkDoes_OverAHundredThousandRandomOperations) {
+    std::mt19937 random(20261121);
+    ClassTree tree;
+    std::vector<ORVSmrPtr<CCIMOMClass>> nodes;
+    for (int number = 0; number < 120; ++number) {
+        nodes.push_back(tree.add(("CIM_" + std::to_string(number % 110)).c_str()));
+    }
+    const auto at = [&] { return random() % nodes.size(); };
+    for (int step = 0; step < 100'000; ++step) {
+        // A child stands behind its parents, so that no circle comes about; some have several parents.
+        const auto parent = at();
+        const auto child = at();
+        if (step % 500 == 0 && parent < child) {
+            nodes[parent]->addChildClass(nodes[child]);
+        }
+        ASSERT_EQ(nodes[parent]->isA(nodes[child]), walksDownTo(nodes[parent], nodes[child]->getClassName()));
+    }
+}
+
+TEST(ClassNode, KeepsNoTraceOfAParentThatIsGone) {
+    ClassTree tree;
+    const auto child = tree.add("CIM_Child");
+    {
+        ClassTree former;
+        former.add("CIM_Parent")->addChildClass(child);
+    }
+    EXPECT_NO_THROW(child->addChildClass(tree.add("CIM_Grandchild")));
+    EXPECT_TRUE(child->isA("CIM_Grandchild"));
+}

@@ -1,14 +1,11 @@
-// The registry on a real class tree of well over a thousand classes. The schema is not part of this tree: it
-// is read from the file that VELM_CIM_SCHEMA names, or from beside the checkout.
+// The registry on a real class tree of well over a thousand classes.
 
 #include "CIMOM_Indications/CIMOMClassManager.h"
 #include "CIMOM_Indications/CIMOMCreationIndicationFilter.h"
 #include "tests/support/ModelBuilders.h"
+#include "tests/support/SharedFolder.h"
 #include "tests/support/SubscriberBuilders.h"
 #include "tests/unit/CIMOM_Indications/RegistryFixtures.h"
-
-#include <cstdlib>
-#include <filesystem>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -19,19 +16,12 @@ using namespace velm::test;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-std::string schemaPath() {
-    const char* named = std::getenv("VELM_CIM_SCHEMA");
-    return named ? named : VELM_SOURCE_DIR "/../shared/data/cim_schema.xml";
-}
-
 class RealSchema : public testing::Test {
 protected:
     void SetUp() override {
-        if (!std::filesystem::exists(schemaPath())) {
-            GTEST_SKIP() << "no schema at " << schemaPath() << "; name one in VELM_CIM_SCHEMA";
-        }
+        VELM_SKIP_WITHOUT(realSchema());
         ORVSmrPtr<COrvoRepository> loaded(new COrvoRepository);
-        loaded->loadFile(ORVString(schemaPath()), Namespace);
+        loaded->loadFile(ORVString(realSchema().native()), Namespace);
         loaded->link();
         ForceCopySmrPtr(repository, loaded);
         classes = repository->enumerateClasses(Namespace);

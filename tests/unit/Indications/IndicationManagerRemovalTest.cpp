@@ -87,6 +87,41 @@ TEST_F(SubscriberRemoval, KeepsTheOthers) {
     EXPECT_THAT(takeQueued(makeID("127.0.0.2")), ElementsAre(Change));
 }
 
+TEST_F(SubscriberRemoval, TellsProvidersOfItsRowsInTheOrderOfTheTable_AndOfNobodyElses) {
+    for (int number = 0; number < 200; ++number) {
+        const char* host = number % 3 == 0 ? "127.0.0.1" : "127.0.0.2";
+        subscribeChange(makeID(host), makeInstanceName("DataFile", std::to_string(number).c_str()));
+    }
+    std::vector<std::string> expected;
+    auto& table = inspect(*manager).subscriberTable();
+    for (ORVValMapIterator<ORVString, ORVSmrPtr<CSubscriberList>> row(table); ++row;) {
+        if (!row.value()->lookup(*makeID("127.0.0.1")).IsNull()) {
+            expected.emplace_back(row.key().data());
+        }
+    }
+    calls->clear();
+
+    remove("127.0.0.1");
+
+    std::vector<std::string> told;
+    for (const Call& call : *calls) {
+        told.push_back(call.instance);
+    }
+    EXPECT_EQ(expected.size(), 67u);
+    EXPECT_EQ(told, expected);
+    EXPECT_EQ(table.entries(), 133u);
+}
+
+TEST_F(SubscriberRemoval, FindsARowThatWasSubscribedAgain_WhenItsInstanceWasDestroyedBefore) {
+    subscribeChange(makeID(), file);
+    manager->notify(makeIndication(makeObject(file), IOrvoIndication::IndicationDestruction));
+    subscribeChange(makeID(), file);
+    calls->clear();
+    remove("127.0.0.1");
+    EXPECT_THAT(*calls, SizeIs(1));
+    EXPECT_FALSE(inspect(*manager).hasTableKey(file->toString()));
+}
+
 TEST_F(SubscriberRemoval, LeavesAnEmptyListBehind_WhenItIsFiledUnderAClass) {
     subscribeChange(makeID(), file, true);
     remove("127.0.0.1");
@@ -308,7 +343,7 @@ TEST_F(SubscriberRemoval, OfAllLeavesTheRecordsForTheNextCleanUp_WhenNotAskedFor
 
 TEST_F(SubscriberRemoval, LogsAtTheOuterPlace_WhenTheSubscriberTableFails) {
     subscribeChange(makeID(), file);
-    inspect(*manager).subscriberTable().insert("broken", nullptr);
+    inspect(*manager).subscriberTable().insert(file->toString(), nullptr);
     log.clear();
     EXPECT_NO_THROW(remove("127.0.0.1"));
     EXPECT_THAT(log.records(),

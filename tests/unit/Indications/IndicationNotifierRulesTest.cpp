@@ -76,6 +76,21 @@ TEST_P(IndicationAnswer, CountsAsDelivered_AndIsLogged) {
     EXPECT_EQ(listener.requestCount(), 1U);
 }
 
+TEST_P(IndicationAnswer, LeavesNothingBehindForTheNextOne) {
+    ScriptedListener listener(GetParam().answer);
+    ScriptedListener good(goodAnswer());
+    SelfOwned owned;
+    Delivery delivery(owned.self, &everyHostIsRemote);
+    for (int turn = 0; turn < 2; ++turn) {
+        LogCapture log;
+        EXPECT_TRUE(delivery.fire(subscriberAt(listener.port()), creation()));
+        EXPECT_THAT(log.records(), areLines(GetParam().lines, peerAt(listener.port())));
+        log.clear();
+        EXPECT_TRUE(delivery.fire(subscriberAt(good.port()), creation()));
+        EXPECT_THAT(log.records(), IsEmpty());
+    }
+}
+
 // clang-format off
 INSTANTIATE_TEST_SUITE_P(Answers, IndicationAnswer, testing::Values(
     //         what the listener answers                                        the lines in the server log

@@ -3,7 +3,10 @@
 #include "foundation/handles/ORVSmrPtr.h"
 #include "tests/unit/foundation/containers/LiveBlocks.h"
 
+#include <algorithm>
+#include <array>
 #include <climits>
+#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -297,6 +300,61 @@ TEST(ValMap, FindsQuickly_WhenManyKeysDifferOnlyInLetterCase) {
     for (unsigned int bits = 0; bits < 1U << letters; ++bits) {
         ASSERT_EQ(*map.find(variant(bits)), bits);
     }
+}
+
+TEST(ValMap, DoesAsAWalkOverTheChainsDoes_OverAHundredThousandRandomOperations) {
+    constexpr std::size_t buckets = 7;
+    std::mt19937 random(20261121);
+    Map map(&hashKeyORVString, buckets);
+    std::array<Pairs, buckets> chains;
+    for (int step = 0; step < 100'000; ++step) {
+        const std::string text = std::to_string(random() % 300);
+        const ORVString key(text);
+        Pairs& chain = chains[hashKeyORVString(key) % buckets];
+        const auto pair =
+            std::find_if(chain.begin(), chain.end(), [&](const auto& other) { return other.first == text; });
+        const bool isThere = pair != chain.end();
+        switch (random() % 4) {
+            case 0:
+                map.insert(key, step);
+                if (isThere) {
+                    chain.erase(pair);
+                }
+                chain.emplace_back(text, step);
+                break;
+            case 1:
+                ASSERT_EQ(random() % 2 == 0 ? map.remove(key) : map.retire(key), isThere);
+                if (isThere) {
+                    chain.erase(pair);
+                }
+                break;
+            default:
+                ASSERT_EQ(map.find(key) != nullptr, isThere);
+                ASSERT_TRUE(!isThere || *map.find(key) == pair->second);
+        }
+        if (step % 1000 == 0) {
+            Pairs all;
+            for (const Pairs& one : chains) {
+                all.insert(all.end(), one.begin(), one.end());
+            }
+            ASSERT_EQ(pairsOf(map), all);
+            ASSERT_EQ(map.entries(), all.size());
+        }
+    }
+}
+
+TEST(ValMap, TellsThePlacesOfPairsInTheOrderOfIteration) {
+    Map map(&byFirstLetter, 3);
+    for (const char* key : {"c", "a1", "b", "a2", "c"}) {
+        map.insert(key, 0);
+    }
+    map.insert("a1", 1);
+    const Pairs pairs = pairsOf(map);
+    EXPECT_TRUE(std::is_sorted(pairs.begin(), pairs.end(), [&map](const auto& left, const auto& right) {
+        return map.placeOf(left.first.c_str()) < map.placeOf(right.first.c_str());
+    }));
+    EXPECT_LT(map.placeOf("a2"), map.placeOf("a1"));
+    EXPECT_LT(map.placeOf("a1"), map.placeOf("b"));
 }
 
 TEST(ValMap, CostsTheSame_AtAHundredAndAtAMillionPairs) {

@@ -1,6 +1,7 @@
 #include "foundation/object_model/COrvoInstanceName.h"
 #include "foundation/object_model/COrvoValue.h"
 #include "tests/support/SchemaCheck.h"
+#include "tests/support/SharedFolder.h"
 #include "tests/unit/providers/file_watch/FileWatchFixture.h"
 
 #include <filesystem>
@@ -104,8 +105,6 @@ TEST_F(FileInstances, AreGone_WhenTheirDirectoryIs) {
     fs::remove(watched);
     ASSERT_TRUE(
         observer().waitFor([](const Report& report) { return report.className() == "CIM_Directory"; }));
-    fs::create_directory(watched);
-    write(watched / "a");
     EXPECT_TRUE(get(model.directoryName(watched)).IsNull());
     EXPECT_TRUE(get(model.fileName(watched / "a")).IsNull());
     EXPECT_THAT(enumerate("CIM_Directory"), IsEmpty());
@@ -169,12 +168,10 @@ TEST_F(FileInstances, MayHaveNamesThatAreNotUTF8) {
 }
 
 /// The classes that the server starts with, and all of the CIM Schema.
-class FileSchema : public testing::TestWithParam<const char*> {};
+class FileSchema : public testing::TestWithParam<std::string> {};
 
 TEST_P(FileSchema, HasTheKeysPropertiesAndTypesOfTheModel) {
-    if (!fs::exists(GetParam())) {
-        GTEST_SKIP() << "there is no " << GetParam();
-    }
+    VELM_SKIP_WITHOUT(GetParam());
     const FileModel model("root/cimv2");
     const velm::test::SchemaCheck schema(GetParam());
     const FileState state{5, {0, 0}, true, true, false};
@@ -187,7 +184,8 @@ TEST_P(FileSchema, HasTheKeysPropertiesAndTypesOfTheModel) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Schemas, FileSchema,
-                         testing::Values(VELM_SOURCE_DIR "/velmd/schema/shipped.xml", VELM_TEST_SCHEMA));
+                         testing::Values(VELM_SOURCE_DIR "/velmd/schema/shipped.xml",
+                                         velm::test::realSchema().string()));
 
 TEST_F(FileInstances, SayWhenTheyWereModified_IfCIMCan) {
     const auto modified = [&](time_t seconds, long nanoseconds) {

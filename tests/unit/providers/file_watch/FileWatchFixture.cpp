@@ -7,6 +7,7 @@
 #include <chrono>
 #include <fstream>
 #include <stdexcept>
+#include <sys/inotify.h>
 #include <utility>
 
 namespace velm::test {
@@ -138,7 +139,7 @@ std::vector<std::uint32_t> FileWatchTest::kernelMasks() {
             std::uint32_t mask = 0;
             const auto maskAt = line.find(" mask:");
             if (sscanf(line.c_str(), "inotify wd:%x", reinterpret_cast<unsigned int*>(&number)) == 1 &&
-                sscanf(line.c_str() + maskAt, " mask:%x", &mask) == 1) {
+                sscanf(line.c_str() + maskAt, " mask:%x", &mask) == 1 && (mask & IN_DELETE_SELF)) {
                 watches.emplace_back(number, mask);
             }
         }

@@ -77,7 +77,8 @@ protected:
     bool stop(const ORVSmrPtr<IOrvoInstanceName>& name, IOrvoIndication::IndicationType type,
               const ORVSmrPtr<IOrvoSubscriptionFilter>& filter = nullptr);
 
-    /// What the kernel watches for this process: the masks of all inotify watches, in order of their numbers.
+    /// Which directories the kernel watches for this process: the masks of their inotify watches, in order of
+    /// their numbers. Not those of the directories above them.
     static std::vector<std::uint32_t> kernelMasks();
 
     LogCapture _log;

@@ -1,8 +1,8 @@
 #include "providers/network_links/LinkModel.h"
 
 #include "tests/support/SchemaCheck.h"
+#include "tests/support/SharedFolder.h"
 
-#include <filesystem>
 #include <string>
 #include <sys/socket.h>
 #include <vector>
@@ -163,12 +163,10 @@ TEST_F(LinkModelTest, NamesWhatChanged) {
 }
 
 /// The classes that the server starts with, and all of the CIM Schema.
-class LinkModelSchema : public LinkModelTest, public testing::WithParamInterface<const char*> {};
+class LinkModelSchema : public LinkModelTest, public testing::WithParamInterface<std::string> {};
 
 TEST_P(LinkModelSchema, HasTheKeysPropertiesAndTypesOfTheModel) {
-    if (!std::filesystem::exists(GetParam())) {
-        GTEST_SKIP() << "there is no " << GetParam();
-    }
+    VELM_SKIP_WITHOUT(GetParam());
     const velm::test::SchemaCheck schema(GetParam());
     EXPECT_THAT(schema.problemsOf(*model.port({ethernet(), {1'000'000, false}})), IsEmpty());
     EXPECT_THAT(schema.problemsOf(*model.port({{.index = 1, .name = "x"}, {}})), IsEmpty());
@@ -177,6 +175,7 @@ TEST_P(LinkModelSchema, HasTheKeysPropertiesAndTypesOfTheModel) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Schemas, LinkModelSchema,
-                         testing::Values(VELM_SOURCE_DIR "/velmd/schema/shipped.xml", VELM_TEST_SCHEMA));
+                         testing::Values(VELM_SOURCE_DIR "/velmd/schema/shipped.xml",
+                                         velm::test::realSchema().string()));
 
 }  // namespace

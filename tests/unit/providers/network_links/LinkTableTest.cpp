@@ -14,7 +14,7 @@ using namespace velm::network_links;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
-using velm::providers::ChangeInterest;
+using velm::ChangeInterest;
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "providers/support/ChangeInterest.h"
+#include "foundation/services/ChangeInterest.h"
 
 #include "foundation/object_model/COrvoSubscriptionFilter.h"
 
@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-using velm::providers::ChangeInterest;
+using velm::ChangeInterest;
 
 namespace {
 

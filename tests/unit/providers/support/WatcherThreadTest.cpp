@@ -40,7 +40,7 @@ TEST(WatcherThread, TakesATurn_WhenThereIsSomethingToRead) {
     std::promise<char> received;
     std::promise<void> first;
     WatcherThread thread;
-    thread.start("test", pipe.reader(), [&, turns = 0]() mutable {
+    thread.start("test", {pipe.reader()}, [&, turns = 0]() mutable {
         if (turns++ == 0) {
             first.set_value();
             return WatcherThread::forever;
@@ -57,11 +57,30 @@ TEST(WatcherThread, TakesATurn_WhenThereIsSomethingToRead) {
     EXPECT_EQ(result.get(), 'x');
 }
 
+TEST(WatcherThread, TakesATurn_WhicheverOfItsDescriptorsHasSomethingToRead) {
+    const Pipe one;
+    const Pipe other;
+    std::promise<void> first;
+    std::promise<void> second;
+    WatcherThread thread;
+    thread.start("test", {one.reader(), other.reader()}, [&, turns = 0]() mutable {
+        char byte = 0;
+        if (turns++ > 0) {
+            EXPECT_EQ(read(other.reader(), &byte, 1), 1);
+        }
+        (turns == 1 ? first : second).set_value();
+        return WatcherThread::forever;
+    });
+    first.get_future().wait();
+    other.write();
+    EXPECT_EQ(second.get_future().wait_for(patience), std::future_status::ready);
+}
+
 TEST(WatcherThread, TakesATurn_WhenTheTimeHasCome) {
     const Pipe pipe;
     std::promise<void> third;
     WatcherThread thread;
-    thread.start("test", pipe.reader(), [&, turns = 0]() mutable {
+    thread.start("test", {pipe.reader()}, [&, turns = 0]() mutable {
         if (++turns == 3) {
             third.set_value();
         }
@@ -74,7 +93,7 @@ TEST(WatcherThread, BlocksSignals) {
     const Pipe pipe;
     std::promise<bool> blocked;
     WatcherThread thread;
-    thread.start("test", pipe.reader(), [&] {
+    thread.start("test", {pipe.reader()}, [&] {
         sigset_t mask;
         pthread_sigmask(SIG_SETMASK, nullptr, &mask);
         blocked.set_value(sigismember(&mask, SIGTERM) == 1);
@@ -88,7 +107,7 @@ TEST(WatcherThread, StopsTwiceAndUnstarted) {
     WatcherThread unstarted;
     unstarted.stop();
     WatcherThread thread;
-    thread.start("test", pipe.reader(), [] { return WatcherThread::forever; });
+    thread.start("test", {pipe.reader()}, [] { return WatcherThread::forever; });
     thread.stop();
     thread.stop();
 }

@@ -132,6 +132,27 @@ TEST_F(HTTPOStream, DropsTheMessageAndThrows_WhenPartOfItCouldNotBeWritten) {
     EXPECT_THAT(_transport->sent, ElementsAre("next"));
 }
 
+TEST_F(HTTPOStream, FramesBodiesOfEverySize_WhateverWasSentBefore) {
+    std::vector<std::string> expected;
+    for (const std::size_t size : {100'000U, 0U, 9U, 10U, 99U, 100U, 12'345U, 1'000'000U, 1U}) {
+        const std::string body(size, 'x');
+        _stream << "POST / HTTP/1.1\r\n";
+        _stream.completeHeader();
+        _stream << body;
+        _stream.send();
+        expected.push_back("POST / HTTP/1.1\r\nContent-Length: " + std::to_string(size) + "\r\n\r\n" + body);
+    }
+    EXPECT_TRUE(_transport->sent == expected);
+}
+
+TEST_F(HTTPOStream, FramesABody_WhenThereIsNoHeaderLine) {
+    _stream.completeHeader();
+    _stream.put('a');
+    _stream << 'b';
+    _stream.send();
+    EXPECT_THAT(_transport->sent, ElementsAre("Content-Length: 2\r\n\r\nab"));
+}
+
 TEST(HTTPOStreamOverTCP, DeliversTheMessage_WhenItIsFlushed) {
     LoopbackPair pair;
     ORVGenericHTTPOStream stream(pair.transport());

@@ -118,6 +118,46 @@ TEST(HTTPClient, SendsAnExportRequest_WhenTheConnectionIsToBeClosed) {
               velm::test::goodAnswer().bytes.substr(velm::test::goodAnswer().bytes.find("<?xml")));
 }
 
+TEST(HTTPClient, AddressesEachRequestToItsOwnListener_WhenOneThreadSendsToSeveral) {
+    ScriptedListener first;
+    ScriptedListener second;
+    struct Request {
+        ScriptedListener& listener;
+        bool keepsConnection;
+        const char* path;
+    };
+    for (const Request& sent : {Request{first, false, "/indication"}, Request{first, false, "/indication"},
+                                Request{second, false, "/indication"}, Request{first, true, "/indication"},
+                                Request{first, true, "/other"}, Request{first, false, "/indication"}}) {
+        const std::size_t count = sent.listener.requestCount();
+        ORVHTTPClient client(urlOf(sent.listener), patience, sent.keepsConnection);
+        std::ostream* request = nullptr;
+        const std::unique_ptr<ORVGenericHTTPIStream> answer(client.connect("POST", sent.path, &request));
+        const std::unique_ptr<std::ostream> owned(request);
+        dynamic_cast<ORVGenericHTTPOStream&>(*request).send();
+        ASSERT_TRUE(sent.listener.waitForRequests(count + 1));
+        const std::string head = sent.listener.requests()[count].head;
+        EXPECT_THAT(head, StartsWith("POST " + std::string(sent.path) + " HTTP/1.1\r\n"));
+        EXPECT_THAT(head, HasSubstr("\r\nHost: 127.0.0.1:" + sent.listener.port() + "\r\n"));
+        EXPECT_EQ(head.find("Connection: close") == std::string::npos, sent.keepsConnection);
+    }
+}
+
+TEST(HTTPClient, RefusesTheSameBadURLEachTime_AndWorksAfterIt) {
+    ScriptedListener listener;
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        EXPECT_EQ(connectFailure("ftp://127.0.0.1:1"),
+                  "\"ftp://127.0.0.1:1\" is not of the form http://host:port");
+        std::ostream* request = nullptr;
+        ORVHTTPClient nowhere(ORVString(), patience, false);
+        netFailureOf([&] { nowhere.connect(ORVString(), ORVString(), &request); });
+        EXPECT_EQ(request, nullptr);
+        Exchange exchange(urlOf(listener));
+        exchange.send("x");
+        EXPECT_EQ(exchange.readStatus(), 200U);
+    }
+}
+
 TEST(HTTPClient, DoesNotAskToClose_WhenItKeepsTheConnection) {
     ScriptedListener listener;
     Exchange exchange(urlOf(listener), patience, true);

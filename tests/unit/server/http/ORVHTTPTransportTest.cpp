@@ -4,7 +4,9 @@
 #include "tests/unit/server/http/LoopbackPair.h"
 
 #include <array>
+#include <atomic>
 #include <chrono>
+#include <csignal>
 #include <fcntl.h>
 #include <latch>
 #include <netinet/in.h>
@@ -256,6 +258,28 @@ TEST(HTTPTransport, ClosesWhenTheTimeIsOver_WhenThePeerDoesNotCloseFirst) {
     EXPECT_EQ(pair.receive(1), "");
 }
 
+TEST(HTTPTransport, ClosesWhenTheTimeIsOver_WhenThePeerNeverStopsSending) {
+    LoopbackPair pair;
+    pair.send("ab");
+    receiveByte(*pair.transport());
+    std::thread peer([&] {
+        while (pair.send(std::string(4096, 'x'))) {
+        }
+    });
+    const auto start = Clock::now();
+    pair.transport()->closeAfterPeer(50);
+    EXPECT_GE(Clock::now() - start, 50ms);
+    pair.dropTransport();
+    peer.join();
+}
+
+TEST(HTTPTransport, StillNamesThePeer_WhenThatIsGone) {
+    LoopbackPair pair;
+    pair.reset();
+    netFailureOf([&] { receiveByte(*pair.transport()); });
+    EXPECT_EQ(pair.transport()->getPeer(), ORVString(pair.peerName()));
+}
+
 TEST(HTTPTransport, ClosesAtOnce_WhenThePeerHasSaidNothing) {
     LoopbackPair pair;
     const auto start = Clock::now();
@@ -298,6 +322,44 @@ TEST(HTTPTransport, FailsAtItsDeadline_WhenThePeerDoesNotTakeTheConnection) {
     const FullPort full;
     EXPECT_THAT(netFailureOf([&] { ORVHTTPTransport::connect("127.0.0.1", full.port(), 100); }),
                 HasSubstr("failed: timed out after 100 ms"));
+}
+
+TEST(HTTPTransport, WaitsOnForItsDeadline_WhenSignalsInterruptTheConnecting) {
+    struct sigaction former {};
+    struct sigaction interrupting {};
+    interrupting.sa_handler = [](int) {};
+    ASSERT_EQ(::sigaction(SIGUSR1, &interrupting, &former), 0);
+    const FullPort full;
+    std::atomic<bool> hasFailed{false};
+    std::string failure;
+    const auto start = Clock::now();
+    std::thread connecting([&] {
+        failure = netFailureOf([&] { ORVHTTPTransport::connect("127.0.0.1", full.port(), 200); });
+        hasFailed = true;
+    });
+    while (!hasFailed) {
+        ::pthread_kill(connecting.native_handle(), SIGUSR1);
+        std::this_thread::yield();
+    }
+    connecting.join();
+    EXPECT_THAT(failure, HasSubstr("failed: timed out after 200 ms"));
+    EXPECT_GE(Clock::now() - start, 200ms);
+    ::sigaction(SIGUSR1, &former, nullptr);
+}
+
+TEST(HTTPTransport, IsNotInheritedByChildren_WhenItConnected) {
+    ScriptedListener listener;
+    const auto transport = ORVHTTPTransport::connect("127.0.0.1", listener.port().c_str(), 10'000);
+    EXPECT_TRUE(::fcntl(transport->nativeHandle(), F_GETFD) & FD_CLOEXEC);
+}
+
+TEST(HTTPTransport, SendsUnderItsOwnTimeOut_WhenItConnectedWithAShorterOne) {
+    ScriptedListener listener(velm::test::hangingAnswer());
+    const auto transport = ORVHTTPTransport::connect("127.0.0.1", listener.port().c_str(), 50);
+    transport->setSendTimeout(10'000);
+    const std::string body(tooMuch / 16, 'x');
+    transport->send("POST / HTTP/1.1\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body);
+    EXPECT_TRUE(listener.waitForRequests(1));
 }
 
 TEST(HTTPTransport, RefusesToConnect_WhenHostOrPortIsNone) {

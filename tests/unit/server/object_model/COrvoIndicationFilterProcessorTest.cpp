@@ -2,6 +2,7 @@
 
 #include "foundation/object_model/COrvoIndication.h"
 #include "foundation/object_model/COrvoSubscriptionFilter.h"
+#include "tests/unit/server/object_model/FilterProcessorModel.h"
 #include "tests/unit/server/object_model/ModelSupport.h"
 
 #include <vector>
@@ -252,6 +253,51 @@ TEST_F(FilterProcessor, ServesTheAssociationKindsToo) {
         EXPECT_TRUE(accepts(nullptr, type));
         EXPECT_EQ(unsubscribe(nullptr, type).count, 0U);
         EXPECT_FALSE(accepts(nullptr, type));
+    }
+}
+
+TEST_F(FilterProcessor, KnowsKindsFromOtherNumbers) {
+    for (unsigned int bit = 1; bit <= 256; bit *= 2) {
+        EXPECT_TRUE(COrvoIndicationFilterProcessor::isKind(static_cast<Kind>(bit)));
+    }
+    for (unsigned int number : {0U, 3U, 257U, 512U, 1U << 31}) {
+        EXPECT_FALSE(COrvoIndicationFilterProcessor::isKind(static_cast<Kind>(number)));
+        EXPECT_EQ(subscribe(nullptr, static_cast<Kind>(number)).count, untouched);
+        EXPECT_EQ(subscribe(filterOn({"Size"}), static_cast<Kind>(number)).count, untouched);
+        EXPECT_FALSE(accepts(nullptr, static_cast<Kind>(number)));
+        EXPECT_FALSE(COrvoIndicationFilterProcessor(static_cast<Kind>(number), 1).willTriggerNotification());
+    }
+    EXPECT_FALSE(processor.willTriggerNotification());
+}
+
+TEST_F(FilterProcessor, StartsWithTheSubscriptionsItIsGiven) {
+    processor = COrvoIndicationFilterProcessor(IOrvoIndication::IndicationRemoval, 2);
+    EXPECT_EQ(processor.getRemovalSubscriptionReferenceCount(), 2U);
+    EXPECT_EQ(processor.getChangeSubscriptionReferenceCount(), 0U);
+    EXPECT_EQ(unsubscribe(nullptr, IOrvoIndication::IndicationRemoval).count, 1U);
+}
+
+TEST(FilterProcessorOperations, AnswerAsThePlainModel_WhateverTheirOrder) {
+    std::mt19937 random(4);
+    for (int start = 0; start < 200; ++start) {
+        COrvoIndicationFilterProcessor processor;
+        velm::test::FilterModel model;
+        for (int step = 0; step < 500; ++step) {
+            const Kind type = velm::test::randomKind(random);
+            const auto properties = velm::test::randomProperties(random);
+            ASSERT_NO_FATAL_FAILURE(velm::test::checkRandomChange(
+                processor, model, type, random() % 2 == 0 ? &properties : nullptr, random() % 2 == 0));
+            const auto changed = velm::test::randomProperties(random);
+            const Kind reported = velm::test::randomKind(random);
+            ASSERT_EQ(processor.accepts(*velm::test::makeChange(reported, changed)),
+                      model.accepts(reported, changed));
+            ASSERT_EQ(processor.willTriggerNotification(), model.wantsAnything());
+            ASSERT_EQ(processor.getChangeSubscriptionReferenceCount(),
+                      model.unfiltered(IOrvoIndication::IndicationChange));
+            const auto filter = processor.getChangeFilter();
+            ASSERT_EQ(filter.IsNull() ? std::vector<std::string>() : velm::test::sortedProperties(*filter),
+                      model.watched(IOrvoIndication::IndicationChange));
+        }
     }
 }
 

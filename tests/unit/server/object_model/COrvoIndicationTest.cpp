@@ -2,7 +2,10 @@
 
 #include "tests/unit/server/object_model/ModelSupport.h"
 
+#include <chrono>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -140,6 +143,45 @@ TEST(Indication, MayHaveNoObject_EvenWhenItCopies) {
     COrvoIndication indication(nullptr, IOrvoIndication::IndicationChange, nullptr, nullptr,
                                IOrvoIndication::IntentReport, nullptr, true);
     EXPECT_TRUE(indication.getObject().IsNull());
+}
+
+TEST(Indication, IsMadeForDelivery_WithWhatWasReported) {
+    auto incoming = ORVSmrPtr<COrvoIndication>(
+        new COrvoIndication(file(), IOrvoIndication::IndicationCreation, names({"Size"}), nullptr,
+                            IOrvoIndication::IntentReport, names({"CIM_DataFile"}), false));
+    incoming->setRoutingScope(IOrvoIndication::ScopeClassOnly);
+    incoming->setTime(std::chrono::system_clock::time_point(std::chrono::hours(1000)));
+    const auto outgoing =
+        COrvoIndication::makeDelivery(*incoming, IOrvoIndication::IndicationEnterAssociation);
+    EXPECT_EQ(outgoing->getType(), IOrvoIndication::IndicationEnterAssociation);
+    EXPECT_EQ(outgoing->getIntent(), IOrvoIndication::IntentDeliver);
+    EXPECT_EQ(outgoing->getObject(), incoming->getObject());
+    EXPECT_EQ(outgoing->getChangedProperties(), incoming->getChangedProperties());
+    EXPECT_EQ(outgoing->getContext(), incoming->getContext());
+    EXPECT_EQ(outgoing->getTime(), incoming->getTime());
+    EXPECT_EQ(outgoing->getRoutingScope(), 0U);
+    EXPECT_TRUE(outgoing->getClassNames().IsNull());
+    const auto classes = names({"*"});
+    outgoing->setClassNames(classes);
+    EXPECT_EQ(outgoing->getClassNames(), classes);
+}
+
+TEST(Indication, TakesClassNames_WhileOthersReadThem) {
+    auto indication = reported(IOrvoIndication::IndicationChange);
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 2; ++i) {
+        threads.emplace_back([&indication] {
+            for (int round = 0; round < 1000; ++round) {
+                indication.setClassNames(names({"*"}));
+            }
+        });
+        threads.emplace_back([&indication] {
+            for (int round = 0; round < 1000; ++round) {
+                const auto classes = indication.getClassNames();
+                ASSERT_TRUE(classes.IsNull() || classes->entries() == 1);
+            }
+        });
+    }
 }
 
 }  // namespace

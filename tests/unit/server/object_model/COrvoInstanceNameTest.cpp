@@ -2,7 +2,12 @@
 
 #include "tests/unit/server/object_model/ModelSupport.h"
 
+#include <algorithm>
+#include <map>
+#include <random>
 #include <string>
+#include <string_view>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -181,6 +186,76 @@ TEST(InstanceName, RefusesNames_ThatWouldReadAsAnother) {
     EXPECT_THROW(COrvoInstanceName("root", "A:B", keys({})), ORVTypeException);
     EXPECT_THROW(COrvoInstanceName("root:A", "B", keys({})), ORVTypeException);
     EXPECT_THROW(COrvoInstanceName("root", "A", "a=\"1\",b", "2"), ORVTypeException);
+}
+
+TEST(InstanceName, KeepsItsKeyPropertiesInItsText) {
+    auto name = named({{"a", value("1")}, {"b", value("2")}});
+    EXPECT_EQ(name.getKeyProperties().data(), name.toString().data() + std::string("root/cimv2:A.").size());
+    EXPECT_EQ(name.toString().data(), name.toString().data());
+}
+
+TEST(InstanceName, SharesNamespaceAndClassNameWithItsMaker) {
+    const ORVString nameSpace("root/cimv2");
+    const ORVString className("CIM_DataFile");
+    COrvoInstanceName name(nameSpace, className, "Name", "/etc/passwd");
+    EXPECT_EQ(name.getNameSpace().data(), nameSpace.data());
+    EXPECT_EQ(name.getClassName().data(), className.data());
+}
+
+TEST(InstanceName, GivesTheSameListOfKeysEachTime) {
+    auto name = named({{"a", value("1")}, {"b", value("2")}});
+    const auto first = name.getKeyBindings();
+    EXPECT_EQ(first, name.getKeyBindings());
+    COrvoInstanceName copy(name);
+    EXPECT_EQ(copy.getKeyBindings(), first);
+    EXPECT_EQ(copy.toString(), name.toString());
+}
+
+TEST(InstanceName, KeepsTypesExactly) {
+    for (const auto& typed :
+         {value(true), value(5U, COrvoType::uint8), value(std::int64_t{5}, COrvoType::sint64),
+          value(1.5, COrvoType::real32), COrvoValue::parse("x", COrvoType::char16),
+          COrvoValue::parse("20260101000000.000000+000", COrvoType::datetime),
+          value(instanceName("root:B.k=\"v\"")), value("text")}) {
+        auto name = named({{"a", value("1")}, {"b", typed}});
+        const auto keys = name.getKeyBindings();
+        EXPECT_EQ(keys->at(0).value->getType(), COrvoType::string);
+        EXPECT_EQ(keys->at(1).value->getType(), typed->getType());
+        EXPECT_EQ(keys->at(1).value->toString(), typed->toString());
+    }
+}
+
+TEST(InstanceName, ReadsItsKeysBack_WhateverTheyHold) {
+    std::mt19937 random(6);
+    constexpr std::string_view letters("a\"\\,=.: \n\0\xC3", 11);
+    for (int round = 0; round < 20'000; ++round) {
+        std::map<std::string, std::string> given;
+        for (const char* key : {"alpha", "Beta", "gamma"}) {
+            std::string& text = given[key];
+            text.resize(random() % 12);
+            std::generate(text.begin(), text.end(), [&] { return letters[random() % letters.size()]; });
+        }
+        COrvoInstanceName::KeyBindings list;
+        for (const auto& [key, text] : given) {
+            list.append({std::string_view(key), value(ORVString(std::string_view(text)))});
+        }
+        std::map<std::string, std::string> read;
+        const auto keys = COrvoInstanceName("root", "A", list).getKeyBindings();
+        for (const auto& key : *keys) {
+            read[str(key.name)] = str(key.value->getString());
+        }
+        ASSERT_EQ(read, given);
+    }
+}
+
+TEST(InstanceName, MayBeAskedForItsKeysByManyThreads) {
+    for (int round = 0; round < 100; ++round) {
+        COrvoInstanceName name("root", "A", "k", "v");
+        std::vector<std::jthread> threads;
+        for (int i = 0; i < 4; ++i) {
+            threads.emplace_back([&name] { EXPECT_EQ(str(name.getKeyBindings()->at(0).name), "k"); });
+        }
+    }
 }
 
 }  // namespace

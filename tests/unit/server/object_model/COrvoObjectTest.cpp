@@ -1,9 +1,11 @@
 #include "foundation/object_model/COrvoObject.h"
 
 #include "foundation/containers/ORVBoundsException.h"
+#include "foundation/object_model/COrvoProperty.h"
 #include "tests/unit/server/object_model/ModelSupport.h"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -134,6 +136,42 @@ TEST_P(ObjectCopy, SharesEmbeddedInstances_UnlessDeep) {
               "instance of Inner {x = " + expected + "}");
     EXPECT_EQ(str(copy.getProperty("list")->getValue()->toString()),
               "{instance of Inner {x = " + expected + "}, NULL}");
+}
+
+TEST_P(ObjectCopy, CopiesACopyAsDeeply) {
+    const COrvoObject shallow(*outer, false);
+    COrvoObject copy(shallow, GetParam());
+    inner->setProperty("x", value("new"));
+    EXPECT_EQ(str(copy.getProperty("embedded")->getValue()->toString()),
+              std::string("instance of Inner {x = ") + (GetParam() ? "old" : "new") + "}");
+    EXPECT_TRUE(copy.getProperty(0)->getValue()->getType()->isReference());
+    copy.setProperty("second", value(instanceName("root:C")));
+    EXPECT_EQ(str(copy.getProperty(1)->getName()), "second") << "references still come first";
+}
+
+/// An object of another class, whose properties come in no order and some of them twice.
+class ForeignObject : public IOrvoObject {
+public:
+    std::vector<ORVSmrPtr<IOrvoProperty>> properties;
+
+    ORVString getClassName() const override { return "Foreign"; }
+    ORVSmrPtr<IOrvoInstanceName> getInstanceName() const override { return nullptr; }
+    unsigned int getPropertyCount() const override { return static_cast<unsigned int>(properties.size()); }
+    ORVSmrPtr<IOrvoProperty> getProperty(unsigned int position) const override {
+        return properties.at(position);
+    }
+    ORVSmrPtr<IOrvoProperty> getProperty(const ORVString&) const override { return nullptr; }
+};
+
+TEST_P(ObjectCopy, PutsTheProperties_OfAnotherClassInOrder) {
+    ForeignObject foreign;
+    for (const auto& [name, text] : {std::pair{"b", value("1")},
+                                     {"r", value(instanceName("root:B"))},
+                                     {"B", value("2")},
+                                     {"a", value("3")}}) {
+        foreign.properties.emplace_back(new COrvoProperty(name, text));
+    }
+    EXPECT_THAT(content(COrvoObject(foreign, GetParam())), ElementsAre("r=root:B", "b=2", "a=3"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Depth, ObjectCopy, testing::Bool(),

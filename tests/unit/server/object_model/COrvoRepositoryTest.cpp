@@ -1,11 +1,11 @@
 #include "foundation/object_model/COrvoRepository.h"
 
 #include "foundation/services/CIMOMException.h"
+#include "tests/support/SharedFolder.h"
 #include "tests/unit/server/object_model/ModelSupport.h"
 
 #include <algorithm>
 #include <atomic>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -371,19 +371,12 @@ TEST_F(Repository, LinksOnce_WhenManyThreadsAskFirst) {
     EXPECT_THAT(counts, testing::Each(3U));
 }
 
-/// A schema of real size, which is not part of this tree: it is looked for in the folder that
-/// VELM_SHARED_DATA names, and beside the checkout.
+/// A schema of real size, which is not part of this tree.
 class RealSchemaFile : public Repository {
 protected:
-    std::filesystem::path folder;
-
     void SetUp() override {
-        const char* named = std::getenv("VELM_SHARED_DATA");
-        folder = named ? named : VELM_SOURCE_DIR "/../shared/data";
-        if (!std::filesystem::exists(folder / "cim_schema.xml")) {
-            GTEST_SKIP() << "no cim_schema.xml in " << folder << "; name its folder in VELM_SHARED_DATA";
-        }
-        repository->loadFile(ORVString((folder / "cim_schema.xml").native()), nameSpace);
+        VELM_SKIP_WITHOUT(velm::test::realSchema());
+        repository->loadFile(ORVString(velm::test::realSchema().native()), nameSpace);
     }
 
     static unsigned int depthOf(ORVSmrPtr<IOrvoClass> current) {
@@ -415,7 +408,7 @@ TEST_F(RealSchemaFile, LoadsWhole) {
 }
 
 TEST_F(RealSchemaFile, AgreesWithTheTableOfClasses) {
-    std::ifstream table(folder / "cim_classes.tsv");
+    std::ifstream table(velm::test::sharedFile("cim_classes.tsv"));
     unsigned int rows = 0;
     for (std::string name, superClass, association;
          std::getline(table, name, '\t') && std::getline(table, superClass, '\t') &&

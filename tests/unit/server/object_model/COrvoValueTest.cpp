@@ -248,6 +248,25 @@ TEST(Value, SaysNothing_WhenNull) {
     EXPECT_TRUE(COrvoValue::null(COrvoType::arrayOf(COrvoType::uint8))->getType()->isArray());
 }
 
+TEST(Value, LendsTheTextThatItWrites_WhenItHasOne) {
+    COrvoValue::Digits digits;
+    const auto lent = [&digits](const COrvoValue& value) { return value.lentText(digits); };
+    EXPECT_EQ(lent(COrvoValue("text")), "text");
+    EXPECT_EQ(lent(COrvoValue(true)), "TRUE");
+    EXPECT_EQ(lent(COrvoValue(false)), "FALSE");
+    for (const auto& [type, lowest, highest] : integerLimits) {
+        const COrvoValue least(lowest, type);
+        const COrvoValue most(highest, type);
+        EXPECT_EQ(lent(least), least.toString().view());
+        EXPECT_EQ(lent(most), most.toString().view());
+    }
+    EXPECT_EQ(lent(COrvoValue("")), "");
+    EXPECT_NE(lent(COrvoValue("")).data(), nullptr);
+    EXPECT_EQ(lent(COrvoValue(1.5, COrvoType::real64)).data(), nullptr);
+    EXPECT_EQ(lent(COrvoValue(ORVString())).data(), nullptr);
+    EXPECT_EQ(lent(COrvoValue(instanceName("root:CIM_A.Id=\"1\""))).data(), nullptr);
+}
+
 TEST(Value, DistinguishesNullAndEmptyText) {
     EXPECT_TRUE(value(ORVString())->isNull());
     EXPECT_EQ(value(ORVString())->getType(), COrvoType::string);

@@ -4,12 +4,12 @@
 #include "foundation/object_model/COrvoValue.h"
 #include "foundation/services/CIMUtil.h"
 #include "foundation/utilities/OrvoBaseException.h"
+#include "tests/support/SharedFolder.h"
 #include "tests/unit/server/services/TemporaryFolder.h"
 
 #include <array>
 #include <chrono>
 #include <cstdio>
-#include <filesystem>
 #include <limits>
 #include <sstream>
 #include <string>
@@ -205,10 +205,6 @@ TEST(CIMUtilIndication, TakesTheKindOfTheType_WhenAnIndicationHasNoContext) {
     EXPECT_THAT(exported(indication), HasSubstr("<INSTANCE CLASSNAME=\"VELM_InstRemoval\">"));
 }
 
-std::string documentType() {
-    return VELM_TEST_DTD;
-}
-
 struct Outcome {
     int status;
     std::string output;
@@ -231,16 +227,12 @@ Outcome run(const std::string& command) {
 /// Asks the XML parser of libxml2, in a process of its own, whether documents are what the DTD allows.
 class Document : public testing::TestWithParam<KindCase> {
 protected:
-    void SetUp() override {
-        if (!std::filesystem::exists(documentType())) {
-            GTEST_SKIP() << "no DTD at " << documentType();
-        }
-    }
+    void SetUp() override { VELM_SKIP_WITHOUT(velm::test::documentType()); }
 
     void expectValid(const std::string& text) {
         const std::string file = folder.write("message.xml", text);
-        const Outcome result =
-            run("xmllint --nonet --noout --dtdvalid '" + documentType() + "' '" + file + "'");
+        const Outcome result = run("xmllint --nonet --noout --dtdvalid '" +
+                                   velm::test::documentType().string() + "' '" + file + "'");
         EXPECT_EQ(result.status, 0) << result.output << '\n' << text;
     }
 
@@ -364,7 +356,10 @@ TEST_F(DocumentOfEverything, ReadsBackTextAsItWas) {
 
 TEST_F(DocumentOfEverything, IsRefused_WhenItIsBroken) {
     const std::string file = folder.write("broken.xml", "<CIM CIMVERSION=\"2.0\"><MESSAGE/></CIM>");
-    EXPECT_NE(run("xmllint --nonet --noout --dtdvalid '" + documentType() + "' '" + file + "'").status, 0);
+    EXPECT_NE(
+        run("xmllint --nonet --noout --dtdvalid '" + velm::test::documentType().string() + "' '" + file + "'")
+            .status,
+        0);
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 #include "foundation/utilities/ORVString.h"
 
 #include <algorithm>
+#include <random>
+#include <set>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -19,6 +21,25 @@ const ORVString empty("");
 
 int signOf(int number) {
     return (number > 0) - (number < 0);
+}
+
+/// Texts of the letters that folding could take for others, of every length up to 40.
+std::string randomText(std::mt19937& random) {
+    constexpr std::string_view letters = "@AZ[`az{09_.\x01\x7F\x80\xC1\xDA\xE1\xFA\xFF";
+    std::string text(random() % 41, ' ');
+    std::generate(text.begin(), text.end(), [&] { return letters[random() % letters.size()]; });
+    return text;
+}
+
+std::string plainLower(std::string text) {
+    for (char& letter : text) {
+        letter = letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + ('a' - 'A')) : letter;
+    }
+    return text;
+}
+
+ORVString str(const std::string& text) {
+    return std::string_view(text);
 }
 
 }  // namespace
@@ -173,6 +194,121 @@ TEST(String, WritesAllItsBytesToAStream) {
     std::ostringstream stream;
     stream << ORVString("a\0b"sv) << ORVString("c");
     EXPECT_EQ(stream.str(), std::string("a\0bc"sv));
+}
+
+TEST(StringTail, IsAStringInTheSameBuffer) {
+    const ORVString text = ORVString::withTail("root:A.k=1"sv, 7);
+    EXPECT_EQ(text, "root:A.k=1");
+    EXPECT_EQ(text.tail(), "k=1");
+    EXPECT_EQ(text.tail().length(), 3U);
+    EXPECT_STREQ(text.tail().data(), "k=1");
+    EXPECT_EQ(text.tail().data(), text.data() + 7);
+}
+
+TEST(StringTail, MayBeEmptyOrAllOfTheText) {
+    EXPECT_FALSE(ORVString::withTail("abc"sv, 3).tail().isNull());
+    EXPECT_EQ(ORVString::withTail("abc"sv, 3).tail(), empty);
+    EXPECT_EQ(ORVString::withTail("abc"sv, 0).tail(), "abc");
+    EXPECT_EQ(ORVString::withTail({}, 0), empty);
+    EXPECT_EQ(ORVString::withTail({}, 0).tail(), empty);
+    EXPECT_EQ(ORVString::withTail("a\0b"sv, 1).tail(), ORVString("\0b"sv));
+}
+
+TEST(StringTail, IsNull_WhenTheTextWasMadeWithoutOne) {
+    EXPECT_TRUE(null.tail().isNull());
+    EXPECT_TRUE(ORVString("abc").tail().isNull());
+    EXPECT_TRUE(ORVString::withTail("abc"sv, 1).tail().tail().isNull());
+    EXPECT_TRUE((ORVString::withTail("abc"sv, 1) + "d").tail().isNull());
+}
+
+TEST(StringTail, KeepsTheBuffer_WhenTheTextGoes) {
+    ORVString tail = ORVString::withTail("The whole text and its tail"sv, 23).tail();
+    const ORVString copy(tail);  // NOLINT(performance-unnecessary-copy-initialization)
+    tail = "another";
+    EXPECT_EQ(copy, "tail");
+    EXPECT_EQ(copy.data()[4], '\0');
+}
+
+TEST(StringTail, BehavesAsAnyString) {
+    std::mt19937 random(7);
+    for (int round = 0; round < 20'000; ++round) {
+        const std::string whole = randomText(random);
+        const std::size_t start = random() % (whole.size() + 1);
+        const ORVString tail = ORVString::withTail(whole, start).tail();
+        const ORVString plain = str(whole.substr(start));
+        ASSERT_EQ(tail, plain);
+        ASSERT_EQ(hashKeyORVString(tail), hashKeyORVString(plain));
+        ASSERT_EQ(hashKeyORVStringToLower(tail), hashKeyORVStringToLower(plain));
+        ASSERT_EQ(tail, plain) << "also once both are hashed";
+        ASSERT_EQ(tail.toLower(), plain.toLower());
+        ASSERT_TRUE(tail.equalsIgnoringCase(plain));
+        ASSERT_EQ(tail + "x", plain + "x");
+    }
+}
+
+TEST(String, ComparesAsByteByByte_WhateverTheTexts) {
+    std::mt19937 random(1);
+    for (int round = 0; round < 100'000; ++round) {
+        const std::string left = randomText(random);
+        std::string right = random() % 2 == 0 ? left : randomText(random);
+        if (!right.empty() && random() % 2 == 0) {
+            right[random() % right.size()] ^= 0x20;
+        }
+        const std::string leftLower = plainLower(left);
+        const std::string rightLower = plainLower(right);
+        const ORVString one = str(left);
+        const ORVString other = str(right);
+        if (random() % 2 == 0) {
+            for (const ORVString& hashed : {one, other}) {
+                hashKeyORVString(hashed);
+                hashKeyORVStringToLower(hashed);
+            }
+        }
+        ASSERT_EQ(one == other, left == right);
+        ASSERT_EQ(signOf(one.compareTo(other)), signOf(left.compare(right)));
+        ASSERT_EQ(signOf(one.compareTo(other, ORVString::caseInsensitive)),
+                  signOf(leftLower.compare(rightLower)));
+        ASSERT_EQ(one.equalsIgnoringCase(other), leftLower == rightLower);
+        ASSERT_EQ(one.toLower().view(), leftLower);
+    }
+}
+
+TEST(String, ReadsNullAsEmpty_WhenCaseIsIgnored) {
+    EXPECT_TRUE(null.equalsIgnoringCase(empty));
+    EXPECT_TRUE(empty.equalsIgnoringCase(null));
+    EXPECT_FALSE(null.equalsIgnoringCase("a"));
+}
+
+TEST(StringHash, IgnoresCaseExactly_WhateverTheTexts) {
+    std::mt19937 random(2);
+    for (int round = 0; round < 100'000; ++round) {
+        const std::string text = randomText(random);
+        ASSERT_EQ(hashKeyORVStringToLower(str(text)), hashKeyORVString(str(plainLower(text)))) << text;
+    }
+}
+
+TEST(StringHash, TellsTextsApart) {
+    std::set<std::string> texts;
+    for (std::size_t length = 0; length < 40; ++length) {
+        for (char letter : {'\0', '\1', 'a', 'b'}) {
+            texts.insert(std::string(length, letter));
+            for (std::size_t at = 0; at < length; ++at) {
+                std::string text(length, letter);
+                text[at] = 'c';
+                texts.insert(text);
+            }
+        }
+    }
+    for (int number = 0; number < 50'000; ++number) {
+        texts.insert(std::to_string(number));
+        texts.insert("root/cimv2:CIM_DataFile.Name=\"/var/log/" + std::to_string(number) + "\"");
+    }
+    std::set<std::uint32_t> hashes;
+    for (const std::string& text : texts) {
+        hashes.insert(hashKeyORVString(str(text)));
+    }
+    // About one pair of a hundred thousand texts meets by chance.
+    EXPECT_GT(hashes.size() + 20, texts.size());
 }
 
 TEST(StringHash, IsEqualForEqualTexts) {

@@ -229,5 +229,110 @@ TEST(CIMXMLWriter, TakesTheClassFromTheInstanceName_WhenTheObjectHasNone) {
     EXPECT_EQ(xml, "<INSTANCE CLASSNAME=\"Named\"></INSTANCE>");
 }
 
+// ---------------------------------------------------------------------------------------------------------------
+// A host may bring classes of its own: they are written as ours are.
+
+class OtherType : public IOrvoType {
+public:
+    explicit OtherType(const ORVSmrPtr<IOrvoType>& type) : _type(type) {}
+    ORVString getName() const override { return std::string_view(std::string(_type->getName().view())); }
+    bool isReference() const override { return _type->isReference(); }
+    bool isArray() const override { return _type->isArray(); }
+
+private:
+    const ORVSmrPtr<IOrvoType> _type;
+};
+
+class OtherValue : public IOrvoValue {
+public:
+    explicit OtherValue(const Value& value) : _value(value) {}
+    ORVSmrPtr<IOrvoType> getType() const override {
+        return ORVSmrPtr<IOrvoType>(new OtherType(_value->getType()));
+    }
+    bool isNull() const override { return _value->isNull(); }
+    ORVString getString() const override { return _value->getString(); }
+    bool getBoolean() const override { return _value->getBoolean(); }
+    std::int32_t getSint32() const override { return _value->getSint32(); }
+    std::uint32_t getUint32() const override { return _value->getUint32(); }
+    std::int64_t getSint64() const override { return _value->getSint64(); }
+    std::uint64_t getUint64() const override { return _value->getUint64(); }
+    double getReal64() const override { return _value->getReal64(); }
+    ORVSmrPtr<IOrvoInstanceName> getReference() const override { return _value->getReference(); }
+    ORVSmrPtr<IOrvoObject> getInstance() const override;
+    ORVSmrPtr<ORVValSlist<Value>> getElements() const override {
+        COrvoValue::Elements elements(new ORVValSlist<Value>);
+        const auto own = _value->getElements();
+        for (const Value& element : *own) {
+            elements->append(Value(new OtherValue(element)));
+        }
+        return elements;
+    }
+    ORVString toString() const override { return std::string_view(std::string(_value->toString().view())); }
+
+private:
+    const Value _value;
+};
+
+class OtherProperty : public IOrvoProperty {
+public:
+    explicit OtherProperty(const ORVSmrPtr<IOrvoProperty>& property) : _property(property) {}
+    ORVString getName() const override { return std::string_view(std::string(_property->getName().view())); }
+    Value getValue() const override { return Value(new OtherValue(_property->getValue())); }
+
+private:
+    const ORVSmrPtr<IOrvoProperty> _property;
+};
+
+class OtherObject : public IOrvoObject {
+public:
+    explicit OtherObject(const ORVSmrPtr<IOrvoObject>& object) : _object(object) {}
+    ORVString getClassName() const override { return _object->getClassName(); }
+    ORVSmrPtr<IOrvoInstanceName> getInstanceName() const override { return _object->getInstanceName(); }
+    unsigned int getPropertyCount() const override { return _object->getPropertyCount(); }
+    ORVSmrPtr<IOrvoProperty> getProperty(unsigned int position) const override {
+        return ORVSmrPtr<IOrvoProperty>(new OtherProperty(_object->getProperty(position)));
+    }
+    ORVSmrPtr<IOrvoProperty> getProperty(const ORVString& name) const override {
+        return ORVSmrPtr<IOrvoProperty>(new OtherProperty(_object->getProperty(name)));
+    }
+
+private:
+    const ORVSmrPtr<IOrvoObject> _object;
+};
+
+ORVSmrPtr<IOrvoObject> OtherValue::getInstance() const {
+    return ORVSmrPtr<IOrvoObject>(new OtherObject(_value->getInstance()));
+}
+
+TEST(CIMXMLWriter, WritesTheClassesOfAHostAsItWritesItsOwn) {
+    auto* own = new COrvoObject("CIM_A", {});
+    const ORVSmrPtr<IOrvoObject> handle(own);
+    int number = 0;
+    for (const Value& value :
+         {make("t<e>&\"x\""), make(""), make(true), make(7u, COrvoType::uint8), make(1.5, COrvoType::real64),
+          make(std::int64_t{-7}, COrvoType::sint64), make(0.1, COrvoType::real32), makeReference(),
+          COrvoValue::parse("20261120151918.123456+060", COrvoType::datetime),
+          COrvoValue::null(COrvoType::uint8), COrvoValue::null(COrvoType::reference),
+          makeInstance("CIM_B", "Inner", make("<deep>")), makeArray(COrvoType::reference, makeReference()),
+          makeArray(COrvoType::string, make("a"), COrvoValue::null(COrvoType::string)),
+          makeArray(COrvoType::instance, makeInstance("CIM_C", "P", make("&")))}) {
+        own->setProperty(ORVString("P" + std::to_string(number++)), value);
+    }
+    std::string expected;
+    CIMXMLWriter(expected).instance(*handle);
+    std::string written;
+    CIMXMLWriter(written).instance(OtherObject(handle));
+    EXPECT_EQ(written, expected);
+    EXPECT_EQ(number, 15);
+
+    for (unsigned int position = 0; position < own->getPropertyCount(); ++position) {
+        const Value value = own->getProperty(position)->getValue();
+        std::string ownText, otherText;
+        CIMXMLWriter(ownText).value(*value);
+        CIMXMLWriter(otherText).value(OtherValue(value));
+        EXPECT_EQ(otherText, ownText);
+    }
+}
+
 }  // namespace
 }  // namespace velm

@@ -5,6 +5,7 @@
 
 #include <fstream>
 #include <functional>
+#include <malloc.h>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -22,6 +23,7 @@ using testing::Not;
 using testing::StartsWith;
 using velm::SecureXMLReader;
 using velm::XMLAttributes;
+using velm::XMLEncoding;
 using velm::XMLHandler;
 using velm::XMLLimits;
 using velm::XMLPosition;
@@ -49,16 +51,18 @@ public:
     using XMLHandler::fail;
 };
 
-std::string read(std::string_view text, const XMLLimits& limits = {}) {
+std::string read(std::string_view text, const XMLLimits& limits = {},
+                 XMLEncoding encoding = XMLEncoding::declared) {
     Recorder recorder;
-    SecureXMLReader(limits).parse(text, recorder);
+    SecureXMLReader(limits, encoding).parse(text, recorder);
     return recorder.record;
 }
 
-std::string refusal(std::string_view text, const XMLLimits& limits = {}) {
+std::string refusal(std::string_view text, const XMLLimits& limits = {},
+                    XMLEncoding encoding = XMLEncoding::declared) {
     Recorder recorder;
     try {
-        SecureXMLReader(limits).parse(text, recorder);
+        SecureXMLReader(limits, encoding).parse(text, recorder);
     } catch (const ORVXMLError& error) {
         return std::string(error.GetErrorMessage().view());
     }
@@ -99,6 +103,101 @@ TEST(SecureXMLReader, TurnsEveryCharacterIntoUTF8) {
     std::string text = "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80";
     EXPECT_EQ(read("<a x='" + text + "'>" + text + "</a>"), "<a x=" + text + ">" + text + "</a>");
     EXPECT_EQ(read("<?xml version='1.0' encoding='ISO-8859-1'?><a>\xE4</a>"), "<a>\xC3\xA4</a>");
+}
+
+// Encodings.
+
+/// ASCII in characters of `width` bytes, the first of them the lowest or the highest.
+std::string wide(std::string_view ascii, std::size_t width, bool isLowestFirst) {
+    std::string text;
+    for (const char letter : ascii) {
+        const std::string zeros(width - 1, '\0');
+        text += isLowestFirst ? letter + zeros : zeros + letter;
+    }
+    return text;
+}
+
+struct EncodingCase {
+    const char* name;
+    std::string text;
+    /// What the reader of declared encodings hands over, or a part of its refusal.
+    const char* declared;
+    /// The same for the one that reads UTF-8 only.
+    const char* utf8;
+};
+
+void PrintTo(const EncodingCase& row, std::ostream* out) {
+    *out << row.name;
+}
+
+class XMLEncodings : public testing::TestWithParam<EncodingCase> {};
+
+void expectOutcome(const std::string& text, const char* expected, XMLEncoding encoding) {
+    const std::string outcome = refusal(text, {}, encoding);
+    if (expected[0] == '<') {
+        EXPECT_EQ(outcome, std::string("accepted: ") + expected);
+    } else {
+        EXPECT_THAT(outcome, AllOf(HasSubstr(expected), Not(StartsWith("accepted"))));
+    }
+}
+
+TEST_P(XMLEncodings, AreTakenOrRefused) {
+    expectOutcome(GetParam().text, GetParam().declared, XMLEncoding::declared);
+    expectOutcome(GetParam().text, GetParam().utf8, XMLEncoding::utf8);
+}
+
+const std::string zero(1, '\0');
+const std::string declared16 = "<?xml version='1.0' encoding='UTF-16'?><a/>";
+
+const EncodingCase encodingCases[]{
+    {"Undeclared", "<a>\xC3\xA4</a>", "<a>\xC3\xA4</a>", "<a>\xC3\xA4</a>"},
+    {"UTF8", "<?xml version='1.0' encoding='UTF-8'?><a>\xC3\xA4</a>", "<a>\xC3\xA4</a>", "<a>\xC3\xA4</a>"},
+    {"UTF8InSmallLetters", "<?xml version='1.0' encoding='utf-8'?><a/>", "<a></a>", "<a></a>"},
+    {"UTF8WithMark", "\xEF\xBB\xBF<?xml version='1.0'?><a>\xC3\xA4</a>", "<a>\xC3\xA4</a>",
+     "<a>\xC3\xA4</a>"},
+    {"Latin1", "<?xml version='1.0' encoding='ISO-8859-1'?><a>\xE4</a>", "<a>\xC3\xA4</a>",
+     "line 1, column 1: invalid byte"},
+    {"Latin1FarBehind",
+     "<?xml version='1.0' encoding='ISO-8859-1'?>" + std::string(200'000, ' ') + "<a>\xE4</a>",
+     "<a>\xC3\xA4</a>", "the document declares the encoding 'ISO-8859-1', not UTF-8"},
+    {"Latin1OfASCIIOnly", "<?xml version='1.0' encoding='iso-8859-1'?><a/>", "<a></a>", "'iso-8859-1'"},
+    {"ASCII", "<?xml version='1.0' encoding='US-ASCII'?><a/>", "<a></a>", "'US-ASCII'"},
+    {"UnknownEncoding", "<?xml version='1.0' encoding='x-none'?><a/>", "X-NONE", "'x-none'"},
+    {"UTF16InOneByte", declared16, "<a></a>", "the encoding 'UTF-16'"},
+    {"UTF16LowestFirst", wide(declared16, 2, true), "<a></a>", "byte 2 is zero"},
+    {"UTF16HighestFirst", wide(declared16, 2, false), "<a></a>", "byte 1 is zero"},
+    {"UTF16LowestFirstWithMark", "\xFF\xFE" + wide(declared16, 2, true), "<a></a>", "byte 4 is zero"},
+    {"UTF16HighestFirstWithMark", "\xFE\xFF" + wide(declared16, 2, false), "<a></a>", "byte 3 is zero"},
+    {"UTF16Undeclared", "\xFF\xFE" + wide("<a/>", 2, true), "<a></a>", "byte 4 is zero"},
+    {"UTF32", wide("<?xml version='1.0' encoding='UCS-4'?><a/>", 4, false), "<a></a>", "byte 1 is zero"},
+    {"EBCDIC", "\x4C\x6F\xA7\x94\x93\x40\xA5\x85", "line 1", "line 1"},
+
+    {"ZeroBehindTheDocument", "<a/>" + zero, "byte 5 is zero", "byte 5 is zero"},
+    {"ZeroAndMoreBehindTheDocument", "<a/>\n" + zero + "<b/>", "byte 6 is zero", "byte 6 is zero"},
+    {"ZeroFarBehindTheDocument", "<a/>" + std::string(200'000, ' ') + zero + "<b/>", "byte 200005 is zero",
+     "byte 200005 is zero"},
+    {"ZeroInFront", zero + "<a/>", "line 1", "byte 1 is zero"},
+    {"ZeroInText", "<abc>" + zero + "</abc>", "byte 6 is zero", "byte 6 is zero"},
+    {"OnlyZeros", std::string(16, '\0'), "line 1", "byte 1 is zero"},
+    {"GarbageBehindTheDocument", "<a/>garbage", "line 1", "line 1"},
+    {"ControlCharacterBehindTheDocument", "<a/>\x01", "line 1", "line 1"},
+    {"MarkBehindTheDocument", "<a/>\xEF\xBB\xBF", "line 1", "line 1"},
+    {"SpaceInFrontOfTheDeclaration", " <?xml version='1.0'?><a/>", "line 1", "line 1"},
+
+    {"Version11", "<?xml version='1.1'?><a>&#1;</a>", "version of XML", "version of XML"},
+    {"Version2", "<?xml version='2.0'?><a/>", "line 1", "line 1"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Documents, XMLEncodings, testing::ValuesIn(encodingCases),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST(SecureXMLReader, ForgetsTheEncoding_WhenItReadsTheNextDocument) {
+    const std::string declaration = "<?xml version='1.0' encoding='ISO-8859-1'?>";
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(read("<a/>", {}, XMLEncoding::utf8), "<a></a>");
+        EXPECT_EQ(read(declaration + "<a>\xE4</a>"), "<a>\xC3\xA4</a>");
+        EXPECT_THAT(refusal(declaration + "<a/>", {}, XMLEncoding::utf8), HasSubstr("not UTF-8"));
+    }
 }
 
 TEST(SecureXMLReader, NeverSplitsACharacter_WhenTextIsLong) {
@@ -268,6 +367,30 @@ TEST(SecureXMLReader, FailsWithPosition_WhenAHandlerRefuses) {
     } catch (const ORVXMLError& error) {
         EXPECT_EQ(error.GetErrorMessage(), ORVString("line 2, column 5: not here"));
     }
+}
+
+TEST(SecureXMLReader, BringsNothingFromOneDocumentIntoTheNext) {
+    EXPECT_EQ(read("<a x='1' y='2'>one<b z='3'/></a>"), "<a x=1 y=2>one<b z=3></b></a>");
+    EXPECT_THAT(refusal("<a x='1'><b>"), HasSubstr("line 1"));
+    EXPECT_EQ(read("<b><a/></b>"), "<b><a></a></b>");
+    EXPECT_THAT(refusal("<a x='1' x='2'/>"), HasSubstr("attribute 'x' is already specified"));
+    EXPECT_EQ(read("<a y='2'/>"), "<a y=2></a>");
+    EXPECT_EQ(read("<a/>"), "<a></a>");
+}
+
+TEST(SecureXMLReader, GivesBackTheMemoryOfNames_WhenDocumentsKeepBringingNewOnes) {
+    auto readNewNames = [number = 0](int documents) mutable {
+        for (; documents > 0; --documents) {
+            std::string text = "<a>";
+            for (int element = 0; element < 1000; ++element) {
+                text += "<e" + std::to_string(number++) + "/>";
+            }
+            read(text + "</a>");
+        }
+        return ::mallinfo2().uordblks;
+    };
+    const std::size_t before = readNewNames(200);
+    EXPECT_LT(readNewNames(800), before + (std::size_t{24} << 20U));
 }
 
 TEST(SecureXMLReader, ReadsAnotherDocument_FromInsideAHandler) {

@@ -1,5 +1,7 @@
 #include "server/xml/XMLText.h"
 
+#include "server/xml/XMLMarkup.h"
+
 #include <string>
 #include <string_view>
 
@@ -93,6 +95,30 @@ TEST(XMLText, WritesTagsForTheirDepth) {
     EXPECT_EQ(tagsOf("<A B=\"c\"/>", 0), "<A B=\"c\"/>");
     EXPECT_EQ(tagsOf("<A B=\"c\"/>", 1), "&lt;A B=\"c\"/&gt;");
     EXPECT_EQ(tagsOf("<A B=\"c\"/>", 2), "&amp;lt;A B=\"c\"/&amp;gt;");
+}
+
+TEST(XMLText, TreatsEachByteAsItDoesOnItsOwn_WhereverItStands) {
+    for (const XMLContext context : {element, attribute}) {
+        for (int byte = 0; byte < 256; ++byte) {
+            const std::string alone(1, static_cast<char>(byte));
+            const std::string written = xmlOf(alone, context);
+            for (std::size_t length = 1; length <= 20; ++length) {
+                for (std::size_t position = 0; position < length; ++position) {
+                    const std::string before(position, '~');
+                    const std::string behind(length - position - 1, ' ');
+                    ASSERT_EQ(xmlOf(before + alone + behind, context), before + written + behind)
+                        << "byte " << byte << " at " << position << " of " << length;
+                }
+            }
+        }
+    }
+}
+
+TEST(XMLText, WritesLiteralTagsAsItWritesOthers_InsideAnInstance) {
+    using Tags = XMLMarkupForms<"\"><A.B C=\"d\">'/ ></A.B>">;
+    EXPECT_EQ(Tags::plain, "\"><A.B C=\"d\">'/ ></A.B>");
+    EXPECT_EQ(Tags::escapedOnce, tagsOf(Tags::plain, 1));
+    EXPECT_EQ(XMLMarkupForms<"">::escapedOnce, "");
 }
 
 TEST(XMLText, GrowsWithTheTextOnly_WhenDeep) {

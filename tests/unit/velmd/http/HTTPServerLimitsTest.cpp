@@ -1,10 +1,8 @@
-#include "tests/support/LogCapture.h"
-#include "tests/unit/velmd/http/TestClient.h"
+#include "tests/unit/velmd/http/ServerSupport.h"
 #include "velmd/http/HTTPServer.h"
 
 #include <algorithm>
 #include <chrono>
-#include <latch>
 #include <malloc.h>
 #include <string>
 #include <sys/resource.h>
@@ -19,20 +17,12 @@ using namespace velm::test;
 
 namespace {
 
-constexpr std::string_view getRequest = "GET / HTTP/1.1\r\nHost: a\r\n\r\n";
 constexpr std::string_view chunkedHead = "POST / HTTP/1.1\r\nHost: a\r\nTransfer-Encoding: chunked\r\n\r\n";
 /// Of what a server drops behind its last answer, with room for the kernel's buffers.
 constexpr std::size_t mostDropped = 96 * 1024 * 1024;
 
 const std::string tooLarge = refusalBytes("413 Payload Too Large", "The body is too large.");
 const std::string tooSlow = refusalBytes("408 Request Timeout", "The request was not complete in time.");
-
-/// With a time far above what a test takes, but for what the test sets.
-HTTPServer::Options patientOptions() {
-    HTTPServer::Options options = loopbackOptions();
-    options.limits.idleTimeout = options.limits.requestTimeout = options.limits.writeTimeout = 60s;
-    return options;
-}
 
 /// Sends the piece again and again until the server has closed; how much that was.
 std::size_t flood(TestClient& client, const std::string& piece) {
@@ -59,25 +49,6 @@ std::size_t raiseDescriptorLimit() {
     ::setrlimit(RLIMIT_NOFILE, &limit);
     return static_cast<std::size_t>(limit.rlim_cur);
 }
-
-/// Leaves the process one free descriptor for as long as it lives.
-class ScarceDescriptors {
-public:
-    ScarceDescriptors() {
-        ::getrlimit(RLIMIT_NOFILE, &_before);
-        const int lowest = ::dup(0);
-        ::close(lowest);
-        rlimit scarce = _before;
-        scarce.rlim_cur = static_cast<rlim_t>(lowest) + 1;
-        ::setrlimit(RLIMIT_NOFILE, &scarce);
-    }
-    ScarceDescriptors(const ScarceDescriptors&) = delete;
-    ScarceDescriptors& operator=(const ScarceDescriptors&) = delete;
-    ~ScarceDescriptors() { ::setrlimit(RLIMIT_NOFILE, &_before); }
-
-private:
-    rlimit _before{};
-};
 
 }  // namespace
 
@@ -191,29 +162,22 @@ TEST(HTTPServerLimits, AnswersWith408_WhenTheBodyComesByteByByteOrNotAtAll) {
 TEST(HTTPServerLimits, HasNoLimitForTheHandler_WhenItIsSlow) {
     HTTPServer::Options options = patientOptions();
     options.limits.requestTimeout = options.limits.idleTimeout = options.limits.writeTimeout = 50ms;
-    std::latch mayAnswer(1);
+    Gate gate;
     HTTPServer server(options, [&](const HTTPRequest& request) {
-        if (request.target == "/slow") {
-            mayAnswer.wait();
-        }
-        return echo(request);
+        return request.target == "/slow" ? gate.handler()(request) : echo(request);
     });
     TestClient slow(server.port());
     slow.send("GET /slow HTTP/1.1\r\nHost: a\r\n\r\n");
     TestClient idle(server.port());
     EXPECT_EQ(idle.receiveAll(), "");
-    mayAnswer.count_down();
+    gate.open();
     EXPECT_EQ(slow.receive(), responseBytes("200 OK", "GET /slow "));
 }
 
 TEST(HTTPServerLimits, ResetsTheConnection_WhenTheClientReadsNothingOfItsAnswer) {
     HTTPServer::Options options = patientOptions();
     options.limits.writeTimeout = 100ms;
-    HTTPServer server(options, [](const HTTPRequest&) {
-        HTTPResponse response;
-        response.body.resize(64 * 1024 * 1024);
-        return response;
-    });
+    HTTPServer server(options, [](const HTTPRequest&) { return responseOfSize(64 * 1024 * 1024); });
     TestClient client(server.port());
     client.send(getRequest);
     EXPECT_TRUE(client.waitForReset());
@@ -224,11 +188,7 @@ TEST(HTTPServerLimits, SendsAllOfIt_WhenTheClientTakesLongerThanTheLimitButGoesO
     HTTPServer::Options options = patientOptions();
     options.limits.writeTimeout = 1s;
     constexpr std::size_t size = 48 * 1024 * 1024;
-    HTTPServer server(options, [](const HTTPRequest&) {
-        HTTPResponse response;
-        response.body.resize(size);
-        return response;
-    });
+    HTTPServer server(options, [](const HTTPRequest&) { return responseOfSize(size); });
     TestClient client(server.port());
     client.send(getRequest);
     std::size_t received = 0;
@@ -281,43 +241,16 @@ TEST(HTTPServerLimits, AnswersWith503_WhenTooManyRequestsWait) {
     HTTPServer::Options options = patientOptions();
     options.workers = 2;
     options.limits.maxWaitingRequests = 3;
-    std::latch mayAnswer(1);
-    HTTPServer server(options, [&](const HTTPRequest& request) {
-        mayAnswer.wait();
-        return echo(request);
-    });
-    std::vector<TestClient> clients;
-    for (int count = 0; count < 5; ++count) {
-        clients.emplace_back(server.port());
-        clients.back().send(getRequest);
-    }
-    // Whichever request comes in last is refused: with the fifth it could be any of the first ones.
-    TestClient sixth(server.port());
-    sixth.send(getRequest);
-    clients.push_back(std::move(sixth));
-    const std::string refusal = refusalBytes("503 Service Unavailable", "Too many requests are waiting.");
-    const auto isAnswered = [](const TestClient& client) { return client.hasBytes(0ms); };
-    ASSERT_TRUE(eventually([&] { return std::ranges::any_of(clients, isAnswered); }));
-    const auto refused = std::ranges::find_if(clients, isAnswered);
-    EXPECT_EQ(refused->receiveAll(), refusal);
-    clients.erase(refused);
-    mayAnswer.count_down();
+    Gate gate;
+    HTTPServer server(options, gate.handler());
+    auto clients = clientsThatSend(server, 6);
+    // Whichever request comes in last, which need not be the sixth.
+    EXPECT_EQ(takeAnswered(clients).receiveAll(),
+              refusalBytes("503 Service Unavailable", "Too many requests are waiting."));
+    gate.open();
     for (TestClient& client : clients) {
         EXPECT_EQ(client.receive(), responseBytes("200 OK", "GET / "));
     }
-}
-
-TEST(HTTPServerLimits, AcceptsAgain_WhenTheProcessHadNoDescriptorLeft) {
-    const LogCapture log;
-    HTTPServer server(patientOptions(), echo);
-    std::vector<TestClient> clients;
-    {
-        const ScarceDescriptors scarce;
-        clients.emplace_back(server.port());
-        EXPECT_TRUE(log.waitForMessage("A connection cannot be accepted: Too many open files"));
-    }
-    clients.back().send(getRequest);
-    EXPECT_EQ(clients.back().receive(), responseBytes("200 OK", "GET / "));
 }
 
 TEST(HTTPServerLimits, KeepsLittleForEachOfThousands_WhenTheyAreIdle) {

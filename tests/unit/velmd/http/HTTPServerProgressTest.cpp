@@ -1,11 +1,8 @@
 #include "foundation/services/ORVLog.h"
-#include "tests/unit/velmd/http/TestClient.h"
+#include "tests/unit/velmd/http/ServerSupport.h"
 #include "velmd/http/HTTPServer.h"
 
-#include <atomic>
 #include <chrono>
-#include <latch>
-#include <string_view>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -16,34 +13,6 @@ using namespace velm;
 using namespace velm::test;
 
 namespace {
-
-constexpr std::string_view request = "GET / HTTP/1.1\r\nHost: a\r\n\r\n";
-
-/// Keeps whoever enters until it is opened.
-class Gate {
-public:
-    void pass() {
-        entered.fetch_add(1);
-        _open.wait();
-    }
-    void open() {
-        if (!_isOpen.exchange(true)) {
-            _open.count_down();
-        }
-    }
-
-    std::atomic<int> entered{0};
-
-private:
-    std::atomic<bool> _isOpen{false};
-    std::latch _open{1};
-};
-
-HTTPServer::Options oneWorker() {
-    HTTPServer::Options options = loopbackOptions();
-    options.workers = 1;
-    return options;
-}
 
 /// Whether no progress shows although there was time for it.
 bool isStuck(HTTPServer& server) {
@@ -83,17 +52,14 @@ TEST(HTTPServerProgress, IsMade_WhenNothingIsToBeDone) {
 
 TEST(HTTPServerProgress, IsNotMade_WhileRequestsWaitAndNoWorkerComesBack) {
     Gate gate;
-    HTTPServer server(oneWorker(), [&gate](const HTTPRequest& received) {
-        gate.pass();
-        return echo(received);
-    });
+    HTTPServer server(oneWorker(), gate.handler());
     TestClient first(server.port());
-    first.send(request);
-    ASSERT_TRUE(eventually([&] { return gate.entered == 1; }));
+    first.send(getRequest);
+    ASSERT_TRUE(gate.waitForEntered(1));
     EXPECT_TRUE(eventually([&] { return server.makesProgress(); })) << "one takes its time, nobody waits";
     EXPECT_TRUE(eventually([&] { return server.makesProgress(); }));
     TestClient second(server.port());
-    second.send(request);
+    second.send(getRequest);
     EXPECT_TRUE(eventually([&] { return isStuck(server); }));
     gate.open();
     EXPECT_NE(first.receive(), "");
@@ -106,7 +72,7 @@ TEST(HTTPServerProgress, IsNotMade_WhileTheThreadOfTheConnectionsIsStuck) {
     BlockedLog log;
     TestClient client(server.port());
     client.send("nonsense\r\n\r\n");
-    ASSERT_TRUE(eventually([&] { return log.gate.entered == 1; }));
+    ASSERT_TRUE(log.gate.waitForEntered(1));
     // The turn that is being asked for may have been taken before.
     server.makesProgress();
     EXPECT_TRUE(isStuck(server));

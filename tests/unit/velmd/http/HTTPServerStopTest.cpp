@@ -1,74 +1,25 @@
-#include "tests/support/LogCapture.h"
-#include "tests/unit/velmd/http/TestClient.h"
-#include "velmd/http/Descriptor.h"
+#include "tests/unit/velmd/http/ServerSupport.h"
 #include "velmd/http/HTTPServer.h"
 
-#include <algorithm>
-#include <array>
 #include <atomic>
 #include <chrono>
-#include <fcntl.h>
 #include <future>
-#include <latch>
 #include <memory>
 #include <random>
-#include <stdexcept>
 #include <string>
-#include <sys/socket.h>
 #include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
 
 // How a server ends, and what it survives: stop() at any point of a request, clients that close or reset at
-// any point, connections that are handed over.
+// any point.
 
 using namespace std::chrono_literals;
 using namespace velm;
 using namespace velm::test;
 
 namespace {
-
-constexpr std::string_view getRequest = "GET / HTTP/1.1\r\nHost: a\r\n\r\n";
-
-/// A handler that waits until it is told to go on.
-class Gate {
-public:
-    HTTPResponse operator()(const HTTPRequest& request) {
-        entered.fetch_add(1);
-        _open.wait();
-        return echo(request);
-    }
-    HTTPServer::Handler handler() {
-        return [this](const HTTPRequest& request) { return (*this)(request); };
-    }
-    void open() { _open.count_down(); }
-    bool waitForEntered(int count) const {
-        return eventually([&] { return entered == count; });
-    }
-
-    std::atomic<int> entered{0};
-
-private:
-    std::latch _open{1};
-};
-
-/// Sends all bytes over a socket that blocks.
-void sendAll(int socket, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t size = ::send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-        if (size < 0) {
-            return;
-        }
-        bytes.remove_prefix(static_cast<std::size_t>(size));
-    }
-}
-
-HTTPResponse takenOver(std::function<void(int)> takeOver) {
-    HTTPResponse response;
-    response.takeOver = std::move(takeOver);
-    return response;
-}
 
 /// One client of many that come and go as they please.
 void misbehave(std::uint16_t port, unsigned int seed) {
@@ -137,18 +88,11 @@ TEST(HTTPServerStop, LetsARequestBeAnsweredAndClosesTheOthers_WhenThereIsTime) {
 
 TEST(HTTPServerStop, AnswersWhatWaitsForAWorkerToo_WhenThereIsTime) {
     Gate gate;
-    HTTPServer::Options options = loopbackOptions();
-    options.workers = 1;
+    HTTPServer::Options options = oneWorker();
     options.limits.maxWaitingRequests = 2;
     HTTPServer server(options, gate.handler());
-    std::vector<TestClient> clients;
-    for (int count = 0; count < 4; ++count) {
-        clients.emplace_back(server.port());
-        clients.back().send(getRequest);
-    }
-    const auto isAnswered = [](const TestClient& client) { return client.hasBytes(0ms); };
-    ASSERT_TRUE(eventually([&] { return std::ranges::any_of(clients, isAnswered); }));
-    clients.erase(std::ranges::find_if(clients, isAnswered));  // The one too many.
+    auto clients = clientsThatSend(server, 4);
+    takeAnswered(clients);  // The one too many.
     auto stopped = std::async(std::launch::async, [&] { return server.stop(60s); });
     ASSERT_TRUE(eventually([&] { return server.connectionCount() == 3; }));
     gate.open();
@@ -156,23 +100,16 @@ TEST(HTTPServerStop, AnswersWhatWaitsForAWorkerToo_WhenThereIsTime) {
         EXPECT_EQ(client.receiveAll().substr(0, 15), "HTTP/1.1 200 OK");
     }
     EXPECT_EQ(stopped.get(), 0U);
-    EXPECT_EQ(gate.entered, 3);
+    EXPECT_EQ(gate.entered(), 3);
 }
 
 TEST(HTTPServerStop, CutsOffAndCountsWhatIsNotDone_WhenTheTimeIsOver) {
     Gate gate;
-    HTTPServer::Options options = loopbackOptions();
-    options.workers = 1;
+    HTTPServer::Options options = oneWorker();
     options.limits.maxWaitingRequests = 2;
     HTTPServer server(options, gate.handler());
-    std::vector<TestClient> clients;
-    for (int count = 0; count < 4; ++count) {
-        clients.emplace_back(server.port());
-        clients.back().send(getRequest);
-    }
-    const auto isAnswered = [](const TestClient& client) { return client.hasBytes(0ms); };
-    ASSERT_TRUE(eventually([&] { return std::ranges::any_of(clients, isAnswered); }));
-    clients.erase(std::ranges::find_if(clients, isAnswered));
+    auto clients = clientsThatSend(server, 4);
+    takeAnswered(clients);
     ASSERT_TRUE(gate.waitForEntered(1));
     auto stopped = std::async(std::launch::async, [&] { return server.stop(20ms); });
     for (TestClient& client : clients) {
@@ -180,15 +117,11 @@ TEST(HTTPServerStop, CutsOffAndCountsWhatIsNotDone_WhenTheTimeIsOver) {
     }
     gate.open();
     EXPECT_EQ(stopped.get(), 3U);
-    EXPECT_EQ(gate.entered, 1) << "what waits is not begun any more";
+    EXPECT_EQ(gate.entered(), 1) << "what waits is not begun any more";
 }
 
 TEST(HTTPServerStop, CutsOffAnAnswer_WhenItsClientDoesNotRead) {
-    HTTPServer server(loopbackOptions(), [](const HTTPRequest&) {
-        HTTPResponse response;
-        response.body.resize(64 * 1024 * 1024);
-        return response;
-    });
+    HTTPServer server(loopbackOptions(), [](const HTTPRequest&) { return responseOfSize(64 * 1024 * 1024); });
     TestClient client(server.port());
     client.send(getRequest);
     ASSERT_TRUE(client.waitForBytes());
@@ -221,7 +154,7 @@ TEST(HTTPServerStop, HappensInTheDestructorToo_WhenAHandlerRuns) {
 TEST(HTTPServerStop, DoesNotWaitForClients_WhenTheyHaveTheirAnswersAndStayConnected) {
     Gate gate;
     HTTPServer server(loopbackOptions(), [&](const HTTPRequest& request) {
-        return request.target == "/before" ? echo(request) : gate(request);
+        return request.target == "/before" ? echo(request) : gate.handler()(request);
     });
     TestClient before(server.port());
     before.send("GET /before HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n");
@@ -265,101 +198,4 @@ TEST(HTTPServerStop, Survives_WhenItComesWhileClientsComeAndVanish) {
         server.reset();
         join(threads);
     }
-}
-
-TEST(HTTPServerTakeOver, HandsABlockingSocketOver_WhenTheAnswersBeforeAreWritten) {
-    std::promise<bool> isBlocking;
-    HTTPServer server(loopbackOptions(), [&](const HTTPRequest& request) {
-        if (request.target != "/channel") {
-            return answerLarge(request);
-        }
-        return takenOver([&](int number) {
-            const Descriptor socket(number);
-            isBlocking.set_value((::fcntl(number, F_GETFL) & O_NONBLOCK) == 0);
-            sendAll(number, "HTTP/1.1 200 OK\r\n\r\nthe channel says: ");
-            std::array<char, 4> heard;
-            const ssize_t size = ::recv(number, heard.data(), heard.size(), MSG_WAITALL);
-            sendAll(number, {heard.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0))});
-        });
-    });
-    TestClient client(server.port());
-    client.send(
-        "GET /large HTTP/1.1\r\nHost: a\r\n\r\nPOST /channel HTTP/1.1\r\nHost: a\r\nContent-Length: "
-        "1\r\n\r\nx");
-    const std::string before = client.receive();
-    EXPECT_EQ(before.size(), responseBytes("200 OK", std::string(1'000'000, '\0')).size());
-    const std::string taken = "HTTP/1.1 200 OK\r\n\r\nthe channel says: ";
-    EXPECT_EQ(client.receiveBytes(taken.size()), taken);
-    EXPECT_TRUE(isBlocking.get_future().get());
-    EXPECT_TRUE(eventually([&] { return server.connectionCount() == 0; }));
-    client.send("done");
-    EXPECT_EQ(client.receiveAll(), "done");
-}
-
-TEST(HTTPServerTakeOver, OutlivesTheServer_WhenTheSocketIsKept) {
-    std::promise<int> taken;
-    auto server = std::make_unique<HTTPServer>(loopbackOptions(), [&](const HTTPRequest&) {
-        return takenOver([&](int socket) { taken.set_value(socket); });
-    });
-    TestClient client(server->port());
-    client.send(getRequest);
-    const Descriptor socket(taken.get_future().get());
-    server.reset();
-    sendAll(socket.get(), "still here");
-    EXPECT_EQ(client.receiveBytes(10), "still here");
-}
-
-TEST(HTTPServerTakeOver, IsLogged_WhenItThrows) {
-    const LogCapture log;
-    HTTPServer server(loopbackOptions(), [&](const HTTPRequest&) {
-        return takenOver([](int number) {
-            const Descriptor socket(number);
-            throw std::runtime_error("the cause");
-        });
-    });
-    TestClient client(server.port());
-    client.send(getRequest);
-    EXPECT_EQ(client.receiveAll(), "");
-    EXPECT_TRUE(log.waitForMessage("What took a connection over threw: the cause"));
-}
-
-TEST(HTTPServerTakeOver, DoesNotHappen_WhenTheServerIsCutOffBefore) {
-    Gate taking;
-    Gate other;
-    std::atomic<bool> isTaken{false};
-    HTTPServer::Options options = loopbackOptions();
-    options.workers = 1;
-    options.limits.maxWaitingRequests = 1;
-    HTTPServer server(options, [&](const HTTPRequest& request) {
-        if (request.target != "/channel") {
-            return other(request);
-        }
-        taking(request);
-        return takenOver([&](int socket) {
-            const Descriptor owned(socket);
-            isTaken = true;
-        });
-    });
-    TestClient channel(server.port());
-    channel.send("GET /channel HTTP/1.1\r\nHost: a\r\n\r\n");
-    ASSERT_TRUE(taking.waitForEntered(1));
-    // One of two waits for the only worker, the other is refused: then the taking over comes behind the one.
-    std::vector<TestClient> clients;
-    for (int count = 0; count < 2; ++count) {
-        clients.emplace_back(server.port());
-        clients.back().send(getRequest);
-    }
-    const auto isAnswered = [](const TestClient& client) { return client.hasBytes(0ms); };
-    ASSERT_TRUE(eventually([&] { return std::ranges::any_of(clients, isAnswered); }));
-    clients.erase(std::ranges::find_if(clients, isAnswered));
-    taking.open();
-    ASSERT_TRUE(other.waitForEntered(1));
-    ASSERT_TRUE(eventually([&] { return server.connectionCount() == 1; }));
-
-    auto stopped = std::async(std::launch::async, [&] { return server.stop(0ms); });
-    EXPECT_EQ(clients.front().receiveAll(), "");
-    other.open();
-    EXPECT_EQ(stopped.get(), 2U);
-    EXPECT_EQ(channel.receiveAll(), "");
-    EXPECT_FALSE(isTaken);
 }

@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <system_error>
@@ -28,13 +29,23 @@ void check(bool isDone, const char* operation) {
     }
 }
 
-int connectTo(const std::string& address, std::uint16_t port) {
+void leaveNoRoom(int socket) {
+    const int room = 2048;
+    const int segment = 88;
+    check(::setsockopt(socket, SOL_SOCKET, SO_RCVBUF, &room, sizeof room) == 0, "SO_RCVBUF");
+    check(::setsockopt(socket, IPPROTO_TCP, TCP_MAXSEG, &segment, sizeof segment) == 0, "TCP_MAXSEG");
+}
+
+int connectTo(const std::string& address, std::uint16_t port, bool hasRoom) {
     addrinfo hints{};
     hints.ai_socktype = SOCK_STREAM;
     hints.ai_flags = AI_NUMERICHOST;
     addrinfo* found = nullptr;
     check(::getaddrinfo(address.c_str(), std::to_string(port).c_str(), &hints, &found) == 0, "getaddrinfo");
     const int socket = ::socket(found->ai_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (!hasRoom) {
+        leaveNoRoom(socket);
+    }
     const bool isConnected = socket >= 0 && ::connect(socket, found->ai_addr, found->ai_addrlen) == 0;
     ::freeaddrinfo(found);
     check(isConnected, "connect");
@@ -96,11 +107,23 @@ std::string responseBytes(std::string_view status, std::string_view body, std::s
 }
 
 std::string refusalBytes(std::string_view status, std::string_view reason) {
-    return responseBytes(status, std::string(reason) + '\n', "close",
-                         "Content-Type: text/plain; charset=utf-8\r\n");
+    std::string headers = "Content-Type: text/plain; charset=utf-8\r\n";
+    if (status.starts_with("503 ")) {
+        headers += "Retry-After: 5\r\n";
+    }
+    return responseBytes(status, std::string(reason) + '\n', "close", headers);
 }
 
-TestClient::TestClient(std::uint16_t port, const std::string& address) : _socket(connectTo(address, port)) {
+TestClient::TestClient(std::uint16_t port, const std::string& address)
+    : TestClient(port, address, Room::usual) {
+}
+
+TestClient TestClient::withoutRoom(std::uint16_t port) {
+    return {port, "127.0.0.1", Room::none};
+}
+
+TestClient::TestClient(std::uint16_t port, const std::string& address, Room room)
+    : _socket(connectTo(address, port, room == Room::usual)) {
     const timeval limit{patience.count() / 1000, 0};
     check(::setsockopt(_socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit) == 0, "setsockopt");
 }

@@ -21,7 +21,7 @@ HTTPResponse echo(const HTTPRequest& request);
 /// whole lines and stand where the handler's headers stand, `connection` behind the rest.
 std::string responseBytes(std::string_view status, std::string_view body, std::string_view connection = "",
                           std::string_view moreHeaders = "");
-/// The same for a refusal: a text of one line, and a close.
+/// The same for a refusal: a text of one line, and a close; with 503 also when to come again.
 std::string refusalBytes(std::string_view status, std::string_view reason);
 
 /// A client that a test drives byte by byte. One thread at a time. Receiving gives up after ten seconds.
@@ -30,6 +30,8 @@ public:
     enum class Ending { open, closed, reset };
 
     explicit TestClient(std::uint16_t port, const std::string& address = "127.0.0.1");
+    /// One whose kernel takes next to nothing that is not received, in segments as small as can be.
+    static TestClient withoutRoom(std::uint16_t port);
     TestClient(const TestClient&) = delete;
     TestClient(TestClient&& other) noexcept;
     TestClient& operator=(TestClient&& other) noexcept;
@@ -63,6 +65,9 @@ public:
     void reset();
 
 private:
+    enum class Room { usual, none };
+    TestClient(std::uint16_t port, const std::string& address, Room room);
+
     bool _receiveSome();
 
     int _socket;

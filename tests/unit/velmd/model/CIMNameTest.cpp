@@ -71,4 +71,13 @@ TEST(QuotedText, IsCutBetweenCharacters) {
     EXPECT_EQ(quoted(std::string(100, '\x80')), "'...'") << "no character begins at all";
 }
 
+TEST(OuterSlashes, DoNotCount) {
+    const std::pair<const char*, const char*> rows[]{{"", ""},           {"/", ""},       {"///", ""},
+                                                     {"a", "a"},         {"/a", "a"},     {"a/", "a"},
+                                                     {"//a/b//", "a/b"}, {"a//b", "a//b"}};
+    for (const auto& [given, expected] : rows) {
+        EXPECT_EQ(withoutOuterSlashes(given), expected) << given;
+    }
+}
+
 }  // namespace

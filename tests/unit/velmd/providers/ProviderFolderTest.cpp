@@ -87,14 +87,14 @@ protected:
 };
 
 TEST_F(ProviderFolderTest, LoadsInOrderOfFileNames) {
-    add("beta", "1_first");
-    const std::string second = add("alpha", "2_second");
+    const std::string first = add("beta", "1_first");
+    add("alpha", "2_second");
     load();
     EXPECT_THAT(names(), ElementsAre("beta", "alpha"));
     EXPECT_THAT(folder.lines("journal"), ElementsAre("created beta", "created alpha"));
     EXPECT_THAT(errors(), IsEmpty());
     EXPECT_THAT(lines(OrvoTraceLog::SeverityInformation),
-                testing::Contains("Loaded the provider alpha from '" + second +
+                testing::Contains("Loaded the provider beta from '" + first +
                                   "'; it serves CIM_DataFile, CIM_Directory"));
 }
 
@@ -148,6 +148,36 @@ TEST_F(ProviderFolderTest, TellsWhatAProviderServes) {
     EXPECT_THAT(loaded->providers().front()->classNames(), ElementsAre("CIM_DataFile", "CIM_Directory"));
 }
 
+TEST_F(ProviderFolderTest, LeavesAClassToTheFirstThatNamesIt) {
+    const std::string first = add("beta", "1");
+    const std::string second = add("alpha", "2");
+    load();
+    EXPECT_THAT(loaded->providers()[0]->classNames(), ElementsAre("CIM_DataFile", "CIM_Directory"));
+    EXPECT_THAT(loaded->providers()[1]->classNames(), IsEmpty());
+    std::vector<std::string> expected;
+    for (const char* className : {"CIM_DataFile", "CIM_Directory"}) {
+        expected.push_back(
+            fmt::format("The provider alpha ('{}') does not serve '{}': the provider beta ('{}') does",
+                        second, className, first));
+    }
+    EXPECT_EQ(lines(OrvoTraceLog::SeverityWarning), expected);
+    EXPECT_THAT(lines(OrvoTraceLog::SeverityInformation),
+                testing::Contains("Loaded the provider alpha from '" + second + "'; it serves no class"));
+}
+
+TEST_F(ProviderFolderTest, WarnsOfAClassThatTheRepositoryLacks) {
+    add("alpha", "alpha");
+    ProviderHost lacking = host();
+    lacking.findNamespace = [](std::string_view) {
+        return ObjectNames::NamespaceView{space, std::make_shared<const ClassTree>()};
+    };
+    loaded = std::make_unique<ProviderFolder>(directory(), lacking);
+    EXPECT_THAT(lines(OrvoTraceLog::SeverityWarning),
+                testing::Contains("The provider alpha serves 'CIM_DataFile', which namespace root/Main does "
+                                  "not have; velmd --import loads the declaration of a class"));
+    EXPECT_EQ(loaded->providers().size(), 1u);
+}
+
 // Modules that are no provider for this server.
 
 struct BrokenModule {
@@ -186,6 +216,7 @@ INSTANTIATE_TEST_SUITE_P(
         BrokenModule{"misnamed-Gamma",
                      "its name 'misnamed-Gamma' is not made of lower case letters, digits and underscores"},
         BrokenModule{"alpha", "a provider named alpha is loaded already"},
+        BrokenModule{"directory", "its name 'directory' is a word of the configuration"},
         BrokenModule{"no_create", "it has no operation to create a provider"},
         BrokenModule{"returns_null", "it created no provider"},
         BrokenModule{"throwing",

@@ -156,7 +156,7 @@ TEST_F(RepositoryClasses, RefusesClasses_WithTheStatusThatTellsWhy) {
 
 TEST_F(RepositoryClasses, DeletesClasses_OnceNothingHangsOnThem) {
     EXPECT_EQ(refusal([this] { repository->deleteClass(space, "EX_None"); }),
-              "5: there is no class 'EX_None' in root/test");
+              "6: there is no class 'EX_None' in root/test");
     EXPECT_EQ(refusal([this] { repository->deleteClass(space, "ex_thing"); }),
               "8: class EX_Thing has subclasses");
     const auto name = repository->createInstance(space, *object("EX_Part", {{"Id", text("1")}}));

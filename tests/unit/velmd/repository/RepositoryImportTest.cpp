@@ -1,3 +1,4 @@
+#include "tests/support/SharedFolder.h"
 #include "tests/unit/velmd/repository/ChildProcess.h"
 #include "tests/unit/velmd/repository/RepositorySupport.h"
 #include "velmd/wire/CIMReader.h"
@@ -5,7 +6,6 @@
 #include "velmd/wire/XMLElement.h"
 
 #include <chrono>
-#include <cstdlib>
 #include <unistd.h>
 
 #include <gmock/gmock.h>
@@ -228,7 +228,7 @@ TEST_F(Import, AddsNothing_WhenAnInstanceIsWrong) {
         EXPECT_EQ(refused.position, 2U);
     }
     expectNothingImported();
-    all.instances.back() = object("EX_B2", {{"Color", text("red")}});
+    all.instances.back() = object("EX_B2", {{"Id", text("3")}, {"Color", text("red")}});
     EXPECT_THAT(importRefusal(all), StartsWith("12: "));
     expectNothingImported();
     reopen();
@@ -244,17 +244,10 @@ TEST_F(Import, ReplacesQualifierTypesThatAreThere) {
     EXPECT_EQ(repository->getQualifier(space, "Unit").value->toString().view(), "m");
 }
 
-std::string schemaPath() {
-    const char* named = std::getenv("VELM_CIM_SCHEMA");
-    return named ? named : VELM_SOURCE_DIR "/../shared/data/cim_schema.xml";
-}
-
 class RealSchema : public Import {
 protected:
     void SetUp() override {
-        if (!std::filesystem::exists(schemaPath())) {
-            GTEST_SKIP() << "no schema at " << schemaPath() << "; name one in VELM_CIM_SCHEMA";
-        }
+        VELM_SKIP_WITHOUT(realSchema());
         open();
         repository->createNamespace(space);
     }
@@ -269,14 +262,14 @@ protected:
     }
 };
 
-Repository::Declarations realSchema() {
-    auto read = readDeclarations(readXMLTreeFromFile(schemaPath(), 100'000'000, 100));
+Repository::Declarations realDeclarations() {
+    auto read = readDeclarations(readXMLTreeFromFile(realSchema().string(), 100'000'000, 100));
     return {std::move(read.qualifiers), std::move(read.classes), std::move(read.instances)};
 }
 
 TEST_F(RealSchema, IsImportedWithinSeconds_AndIsTheSameAfterAReopening) {
     const auto start = std::chrono::steady_clock::now();
-    repository->import(space, realSchema());
+    repository->import(space, realDeclarations());
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
     EXPECT_EQ(repository->find(space).classes->size(), 1631U);
     std::size_t declared = 0;
@@ -292,7 +285,7 @@ TEST_F(RealSchema, IsImportedWithinSeconds_AndIsTheSameAfterAReopening) {
 }
 
 TEST_F(RealSchema, IsThereWholeOrNotAtAll_WhenTheProcessIsKilledDuringTheImport) {
-    const auto schema = realSchema();
+    const auto schema = realDeclarations();
     std::size_t found = 0;
     for (int milliseconds = 1; milliseconds < 2000 && found == 0; milliseconds *= 3) {
         close();

@@ -132,7 +132,8 @@ TEST_F(Instances, AreRefused_WithTheStatusThatTellsWhy) {
         {"array wanted", object("EX_Thing", {{"Id", text("1")}, {"Tags", text("5")}}), "13: "},
         {"there already", thing("there", 7), "11: there is an instance"},
         {"unknown property and there already", object("EX_Thing", {{"Id", text("there")}, {"X", text("")}}),
-         "12: "},
+         "11: "},
+        {"unknown property and no key", object("EX_Thing", {{"X", text("")}}), "4: "},
         {"unknown property in an abstract class", object("EX_Base", {{"X", text("")}}), "4: "},
     };
     observe();

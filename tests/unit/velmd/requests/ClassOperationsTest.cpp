@@ -355,6 +355,14 @@ TEST_F(ClassOperationsRequest, SetQualifier_AddsAndReplaces_AndAnswersNothing) {
                   std::string(R"(<QUALIFIER.DECLARATION NAME="Units" TYPE="string" ISARRAY="false")") +
                       flavor + R"(><SCOPE PROPERTY="true"></SCOPE></QUALIFIER.DECLARATION>)");
     }
+    for (const char* name : {"", "a b", "1a", "a&#13;&#10;"}) {
+        EXPECT_EQ(
+            call("SetQualifier", {{"QualifierDeclaration", std::string("<QUALIFIER.DECLARATION NAME=\"") +
+                                                               name + "\" TYPE=\"string\"/>"}})
+                .code(),
+            4)
+            << name;
+    }
     EXPECT_EQ(call("SetQualifier").code(), 4);
     EXPECT_EQ(call("SetQualifier", {{"QualifierDeclaration", value("Units")}}).code(), 4);
 }

@@ -1,6 +1,8 @@
 #include "tests/unit/velmd/requests/RequestSupport.h"
+#include "velmd/model/CIMName.h"
 
 #include <algorithm>
+#include <array>
 
 // What is decided before a message becomes an operation: by method, path and headers.
 
@@ -38,9 +40,18 @@ constexpr HeaderCase headerCases[]{
     {"TypeLonger", "Content-Type", "application/xmlx", 400, "header-mismatch"},
     {"CharsetLatin1", "Content-Type", "application/xml; charset=iso-8859-1", 400, "header-mismatch"},
     {"CharsetUTF16", "Content-Type", "application/xml; charset=\"utf-16\"", 400, "header-mismatch"},
+    {"CharsetASCII", "Content-Type", "application/xml; charset=us-ascii", 400, "header-mismatch"},
+    {"CharsetEmpty", "Content-Type", "application/xml; charset=", 400, "header-mismatch"},
+    {"CharsetTwiceTheSame", "Content-Type", "text/xml; charset=utf-8; charset=\"UTF-8\"", 200, "none"},
+    {"CharsetFirstRight", "Content-Type", "text/xml; charset=utf-8; charset=utf-16", 400, "header-mismatch"},
+    {"CharsetSecondRight", "Content-Type", "text/xml; charset=utf-16; charset=utf-8", 400, "header-mismatch"},
+    {"CharsetInAQuote", "Content-Type", "text/xml; x=\"; charset=utf-8\"; charset=utf-16", 400,
+     "header-mismatch"},
+    {"TwoTypes", "Content-Type", "text/xml, application/xml", 400, "header-mismatch"},
 
     {"EncodingIdentity", "Content-Encoding", "Identity", 200, "none"},
     {"EncodingGzip", "Content-Encoding", "gzip", 415, "none"},
+    {"EncodingList", "Content-Encoding", "identity, gzip", 415, "none"},
 
     {"AcceptAnything", "Accept", "*/*", 200, "none"},
     {"AcceptText", "Accept", "text/xml", 200, "none"},
@@ -50,10 +61,25 @@ constexpr HeaderCase headerCases[]{
     {"AcceptOther", "Accept", "text/html, image/*", 406, "none"},
     {"AcceptAllButXML", "Accept", "text/html, */*;q=0, text/xml;q=0.00", 406, "none"},
 
+    {"AcceptCharsetUTF8", "Accept-Charset", "iso-8859-1;q=0.5, UTF-8", 200, "none"},
+    {"AcceptCharsetAny", "Accept-Charset", "*", 200, "none"},
+    {"AcceptCharsetOther", "Accept-Charset", "iso-8859-1", 406, "none"},
+    {"AcceptCharsetAllButUTF8", "Accept-Charset", "iso-8859-1, utf-8;q=0", 406, "none"},
+    {"AcceptEncodingCompressed", "Accept-Encoding", "gzip, deflate", 200, "none"},
+    {"AcceptEncodingAny", "Accept-Encoding", "gzip, *;q=0.1", 200, "none"},
+    {"AcceptEncodingIdentityOnly", "Accept-Encoding", "identity, *;q=0", 200, "none"},
+    {"AcceptEncodingWithoutIdentity", "Accept-Encoding", "gzip, identity;q=0", 406, "none"},
+    {"AcceptEncodingNothingElse", "Accept-Encoding", "gzip, *;q=0", 406, "none"},
+    {"Range", "Range", "bytes=0-99", 406, "none"},
+    {"IfRange", "If-Range", "\"a\"", 406, "none"},
+    {"ContentRange", "Content-Range", "bytes 0-99/200", 406, "none"},
+    {"AcceptRanges", "Accept-Ranges", "bytes", 406, "none"},
+
     {"OperationInOtherLetters", "CIMOperation", "methodcall", 200, "none"},
     {"OperationMissing", "CIMOperation", "-", 400, "unsupported-operation"},
     {"OperationOther", "CIMOperation", "MethodResponse", 400, "unsupported-operation"},
     {"OperationEmpty", "CIMOperation", "", 400, "unsupported-operation"},
+    {"OperationList", "CIMOperation", "MethodCall, MethodCall", 400, "unsupported-operation"},
     {"Batch", "CIMBatch", "", 501, "multiple-requests-unsupported"},
 
     {"MethodInOtherLetters", "CIMMethod", "enumeratequalifiers", 200, "none"},
@@ -70,12 +96,16 @@ constexpr HeaderCase headerCases[]{
     {"ObjectMissing", "CIMObject", "-", 400, "header-mismatch"},
     {"ObjectOther", "CIMObject", "root/other", 400, "header-mismatch"},
     {"ObjectShorter", "CIMObject", "root", 400, "header-mismatch"},
+    {"ObjectList", "CIMObject", "root/test, root/test", 400, "header-mismatch"},
+    {"ObjectWithAZeroByte", "CIMObject", "root/test%00", 400, "header-mismatch"},
     {"ObjectWithClass", "CIMObject", "root/test:EX_Thing", 400, "header-mismatch"},
 
     {"VersionSame", "CIMProtocolVersion", "1.0", 200, "none"},
     {"VersionNewerThanTheMessage", "CIMProtocolVersion", "1.4", 400, "header-mismatch"},
     {"VersionOfAnotherKind", "CIMProtocolVersion", "2.0", 501, "unsupported-protocol-version"},
     {"VersionNoNumber", "CIMProtocolVersion", "new", 501, "unsupported-protocol-version"},
+    {"VersionEmpty", "CIMProtocolVersion", "", 501, "unsupported-protocol-version"},
+    {"VersionList", "CIMProtocolVersion", "1.0, 1.0", 501, "unsupported-protocol-version"},
 };
 
 class HeaderRules : public RequestTest, public testing::WithParamInterface<HeaderCase> {};
@@ -134,8 +164,22 @@ TEST_F(HTTPRules, RefuseOtherMethods_WithTheStatusThatFitsEach) {
         const Answer answer = send(request);
         EXPECT_EQ(answer.http.status, status) << method;
         EXPECT_EQ(answer.header("Allow"), status == 405 ? "POST, OPTIONS" : "none") << method;
+        EXPECT_EQ(answer.header("CIMError"), "none") << method;
         EXPECT_EQ(answer.http.body, "");
     }
+}
+
+/// DSP0200 has clients send a request again as a POST when it is answered with 501 (or 510).
+TEST_F(HTTPRules, ServeTheRequestAsAPost_AfterItWasRefusedAsAnMPost) {
+    HTTPRequest request = good();
+    HTTPRequest mandatory = request;
+    mandatory.method = "M-POST";
+    for (auto& [name, fieldValue] : mandatory.headers) {
+        name = name.starts_with("CIM") ? "73-" + name : name;
+    }
+    mandatory.headers.emplace_back("Man", "http://www.dmtf.org/cim/mapping/http/v1.0 ; ns=73");
+    EXPECT_EQ(send(mandatory).http.status, 501U);
+    EXPECT_EQ(send(request).http.status, 200U);
 }
 
 TEST_F(HTTPRules, ServeTwoPathsInAllTheirForms_AndNoOther) {
@@ -156,6 +200,33 @@ TEST_F(HTTPRules, ServeTwoPathsInAllTheirForms_AndNoOther) {
         request.target = target;
         EXPECT_EQ(send(request).http.status, status) << target;
     }
+}
+
+TEST_F(HTTPRules, RefuseAHeaderThatIsThereTwice_WhateverItSays) {
+    const std::array<const char*, 3> rows[]{{"Content-Type", "application/xml", "text/plain"},
+                                            {"CIMOperation", "MethodCall", "MethodResponse"},
+                                            {"CIMProtocolVersion", "1.0", "2.0"},
+                                            {"CIMMethod", "EnumerateQualifiers", "DeleteClass"},
+                                            {"CIMObject", "root/test", "root/other"}};
+    for (const auto& [name, right, wrong] : rows) {
+        const std::pair<const char*, const char*> values[]{{right, right}, {right, wrong}, {wrong, right}};
+        for (const auto& [first, second] : values) {
+            HTTPRequest request = withHeader(good(), name, first);
+            request.headers.emplace_back(foldedName(name), second);
+            const Answer answer = send(request);
+            EXPECT_EQ(answer.http.status, 400U) << name << first << second;
+            EXPECT_EQ(answer.header("CIMError"), "header-mismatch");
+            EXPECT_EQ(answer.header("CIMErrorDetails"), std::string(name) + " is there twice");
+        }
+    }
+}
+
+TEST_F(HTTPRules, LookAtEveryContentEncoding_WhenThereAreSeveral) {
+    HTTPRequest request = withHeader(good(), "Content-Encoding", "identity");
+    request.headers.emplace_back("Content-Encoding", "identity");
+    EXPECT_EQ(send(request).http.status, 200U);
+    request.headers.emplace_back("Content-Encoding", "gzip");
+    EXPECT_EQ(send(request).http.status, 415U);
 }
 
 TEST_F(HTTPRules, LookAtEveryAcceptHeader_WhenThereAreSeveral) {

@@ -79,6 +79,16 @@ const CreateCase createCases[]{
      instance("EX_Link", reference("Antecedent", "a") + reference("Dependent", "a", "EX_Nothing")), 5,
      "EX_Nothing"},
     {"There", instance("EX_Thing", property("Id", "there")), 11, "there"},
+    {"ThereBeforeAnUnknownProperty",
+     instance("EX_Thing", property("Id", "there") + property("Colour", "red")), 11, "there"},
+    {"ThereBeforeAnotherType", instance("EX_Thing", property("Id", "there") + property("Size", "1")), 11,
+     "there"},
+    {"MissingKeyBeforeAnUnknownProperty", instance("EX_Thing", property("Colour", "red")), 4, "Id"},
+    {"KeyOfAnotherType", instance("EX_Thing", property("Id", "1", "uint32")), 13, "Id"},
+    {"UnknownClassBeforeNoValueOfItsType", instance("EX_Nothing", property("Size", "-1", "uint32")), 5,
+     "EX_Nothing"},
+    {"RepeatedPropertyBeforeUnknownClass", instance("EX_Nothing", property("Id", "a") + property("ID", "b")),
+     4, "ID"},
     {"OtherElement", instanceName("EX_Thing", "a"), 4, "NewInstance"},
     {"Null", "", 4, "NewInstance"},
 };
@@ -354,6 +364,11 @@ TEST_F(InstanceOperationsRequest, ModifyInstance_RefusesWhatIsWrong) {
         codeOf(name, instance("EX_Thing", property("Size", "x", "uint32")), {{"PropertyList", value("x")}}),
         4);
     EXPECT_EQ(codeOf(instanceName("EX_Thing", "b"), instance("EX_Thing", "")), 6);
+    const std::string illTyped = instance("EX_Thing", property("Size", "x", "uint32"));
+    EXPECT_EQ(codeOf(name, illTyped), 13);
+    EXPECT_EQ(codeOf(instanceName("EX_Thing", "b"), illTyped), 6);
+    EXPECT_EQ(codeOf(instanceName("EX_Nothing", "b"), illTyped), 5);
+    EXPECT_EQ(codeOf("<INSTANCENAME CLASSNAME=\"EX_Thing\"/>", illTyped), 4);
     EXPECT_EQ(codeOf(name, ""), 4);
     EXPECT_EQ(codeOf("", instance("EX_Thing", "")), 4);
     EXPECT_EQ(call("ModifyInstance", {{"ModifiedInstance", instance("EX_Thing", "")}}).code(), 4);

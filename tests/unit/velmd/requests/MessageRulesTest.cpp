@@ -29,6 +29,25 @@ std::string withPath(const std::string& path) {
                    "</IMETHODCALL></SIMPLEREQ>");
 }
 
+/// The characters of ASCII text as UTF-16, the low byte first, behind a mark that says so.
+std::string utf16(const std::string& ascii) {
+    std::string text = "\xFF\xFE";
+    for (const char letter : ascii) {
+        text += letter;
+        text += '\0';
+    }
+    return text;
+}
+
+std::string declaring(const char* encoding) {
+    return std::string("<?xml version=\"1.0\" encoding=\"") + encoding + "\"?>" +
+           versioned("2.0", "2.0", "1.0");
+}
+
+std::string withParameter(const std::string& parameter) {
+    return withPath("<LOCALNAMESPACEPATH><NAMESPACE NAME=\"root/test\"/></LOCALNAMESPACEPATH>" + parameter);
+}
+
 std::string nested(std::size_t depth) {
     std::string xml;
     for (std::size_t level = 0; level < depth; ++level) {
@@ -66,8 +85,26 @@ const MessageCase messageCases[]{
     {"NamespaceInOnePiece",
      withPath("<LOCALNAMESPACEPATH><NAMESPACE NAME=\"/root/test/\"/></LOCALNAMESPACEPATH>"), 200, "none", ""},
 
+    {"DeclaringUTF8", declaring("UTF-8"), 200, "none", ""},
+    {"DeclaringNoEncoding", "<?xml version='1.0'?>" + versioned("2.0", "2.0", "1.0"), 200, "none", ""},
+    {"MarkedAsUTF8", "\xEF\xBB\xBF" + versioned("2.0", "2.0", "1.0"), 200, "none", ""},
+
+    {"DeclaringLatin1", declaring("iso-8859-1"), 400, wellFormed, "the encoding 'iso-8859-1', not UTF-8"},
+    {"DeclaringASCII", declaring("us-ascii"), 400, wellFormed, "the encoding 'us-ascii', not UTF-8"},
+    {"DeclaringUTF16", declaring("utf-16"), 400, wellFormed, "the encoding 'utf-16', not UTF-8"},
+    {"UTF16WithMark", utf16(declaring("UTF-16")), 400, wellFormed, "byte 4 is zero"},
+    {"UTF16WithoutMark", utf16(declaring("UTF-16")).substr(2), 400, wellFormed, "byte 2 is zero"},
+    {"OtherVersionOfXML", "<?xml version='1.1'?>" + versioned("2.0", "2.0", "1.0"), 400, wellFormed,
+     "version of XML"},
+    {"ZeroBehindTheDocument", message(simple) + std::string(1, '\0'), 400, wellFormed, "is zero"},
+    {"ZeroAndASecondDocument", message(simple) + std::string(1, '\0') + message(simple), 400, wellFormed,
+     "is zero"},
+    {"SpaceBeforeTheDeclaration", " " + message(simple), 400, wellFormed, "line 1"},
+
     {"CIMVersion3", versioned("3.0", "2.0", "1.0"), 501, "unsupported-cim-version", "CIMVERSION"},
     {"CIMVersion20", versioned("20.0", "2.0", "1.0"), 501, "unsupported-cim-version", "CIMVERSION"},
+    {"CIMVersionWithoutMinor", versioned("2.", "2.0", "1.0"), 501, "unsupported-cim-version", "CIMVERSION"},
+    {"CIMVersionNoNumber", versioned("2.x", "2.0", "1.0"), 501, "unsupported-cim-version", "CIMVERSION"},
     {"DTDVersion3", versioned("2.0", "3.0", "1.0"), 501, "unsupported-dtd-version", "DTDVERSION"},
     {"ProtocolVersion2", versioned("2.0", "2.0", "2.0"), 501, "unsupported-protocol-version",
      "PROTOCOLVERSION"},
@@ -75,6 +112,7 @@ const MessageCase messageCases[]{
      "PROTOCOLVERSION"},
 
     {"Multiple", message("<MULTIREQ>" + simple + simple + "</MULTIREQ>"), 501, manyRequests, "one operation"},
+    {"MultipleExports", message("<MULTIEXPREQ/>"), 501, manyRequests, "one operation"},
 
     {"Empty", "", 400, wellFormed, ""},
     {"NoXML", "GetClass", 400, wellFormed, "line 1"},
@@ -146,6 +184,18 @@ const MessageCase messageCases[]{
      400, loosely, "IPARAMVALUE"},
     {"ExtrinsicWithoutTarget", message("<SIMPLEREQ><METHODCALL NAME=\"EnumerateQualifiers\"/></SIMPLEREQ>"),
      400, loosely, "METHODCALL"},
+    {"ExtrinsicWithTargetBehind",
+     message("<SIMPLEREQ><METHODCALL NAME=\"EnumerateQualifiers\"><PARAMVALUE NAME=\"a\"/><LOCALCLASSPATH/>"
+             "</METHODCALL></SIMPLEREQ>"),
+     400, loosely, "PARAMVALUE"},
+    {"ExtrinsicWithoutClass",
+     message("<SIMPLEREQ><METHODCALL NAME=\"EnumerateQualifiers\"><LOCALCLASSPATH><LOCALNAMESPACEPATH>"
+             "<NAMESPACE NAME=\"root\"/></LOCALNAMESPACEPATH></LOCALCLASSPATH></METHODCALL></SIMPLEREQ>"),
+     400, loosely, "LOCALCLASSPATH"},
+    {"TextForAParameter", withParameter("<IPARAMVALUE NAME=\"a\">TRUE</IPARAMVALUE>"), 400, loosely,
+     "its value is an element, not text"},
+    {"TextBesideAParameter", withParameter("<IPARAMVALUE NAME=\"a\"><VALUE/>x</IPARAMVALUE>"), 400, loosely,
+     "its value is an element, not text"},
 };
 
 class MessageRules : public RequestTest, public testing::WithParamInterface<MessageCase> {};
@@ -241,25 +291,56 @@ TEST_F(MessageAnswers, AllowTheDepthThatTheLimitsSay) {
     EXPECT_EQ(deep.handle(post(message(simple), "EnumerateQualifiers")).status, 200U);
 }
 
+TEST_F(MessageAnswers, AllowTheMarkupThatTheLimitsSay) {
+    // Tags, closing ones too, and attributes; and one character in a text that looks like one.
+    const std::string body = message(simple + "<!-- = -->");
+    const auto isMarkup = [](char character) { return character == '<' || character == '='; };
+    const auto count = static_cast<std::size_t>(std::ranges::count_if(body, isMarkup));
+    const RequestHandler tight({repository, instances, manager, "host.example", {}}, {64, count - 1});
+    const Answer refused{tight.handle(post(body, "EnumerateQualifiers"))};
+    EXPECT_EQ(refused.http.status, 413U);
+    EXPECT_EQ(refused.header("CIMErrorDetails"),
+              "the message has more than " + std::to_string(count - 1) + " tags and attributes");
+    const RequestHandler wide({repository, instances, manager, "host.example", {}}, {64, count});
+    EXPECT_EQ(wide.handle(post(body, "EnumerateQualifiers")).status, 200U);
+}
+
 // Extrinsic calls.
 
 TEST_F(MessageAnswers, AnswerAMethodCallInItsOwnResponse_WhichIsNotSupported) {
-    const std::string targets[]{
-        "<LOCALINSTANCEPATH><LOCALNAMESPACEPATH><NAMESPACE NAME=\"root\"/><NAMESPACE NAME=\"test\"/>"
-        "</LOCALNAMESPACEPATH>" +
-            instanceName("EX_Thing", "a") + "</LOCALINSTANCEPATH>",
-        "<LOCALCLASSPATH><LOCALNAMESPACEPATH><NAMESPACE NAME=\"root\"/><NAMESPACE NAME=\"test\"/>"
-        "</LOCALNAMESPACEPATH><CLASSNAME NAME=\"EX_Thing\"/></LOCALCLASSPATH>"};
-    for (const std::string& target : targets) {
+    const std::string path =
+        "<LOCALNAMESPACEPATH><NAMESPACE NAME=\"root\"/><NAMESPACE NAME=\"test\"/></LOCALNAMESPACEPATH>";
+    const std::string onInstance =
+        "<LOCALINSTANCEPATH>" + path + instanceName("EX_Thing", "a") + "</LOCALINSTANCEPATH>";
+    const std::string onClass = "<LOCALCLASSPATH>" + path + "<CLASSNAME NAME=\"EX_Thing\"/></LOCALCLASSPATH>";
+    struct {
+        const std::string& target;
+        const char* object;
+        bool isSame;
+    } const rows[]{{onInstance, "root/test:EX_Thing.Id=\"a\"", true},
+                   {onInstance, "/ROOT%2Ftest%3Aex_thing.Id=%22a%22", true},
+                   {onInstance, "root/test:EX_Thing", false},
+                   {onInstance, "root/test:EX_Part.Id=\"a\"", false},
+                   {onInstance, "root/test", false},
+                   {onClass, "root/test:EX_Thing", true},
+                   {onClass, "root/test/:EX_THING", true},
+                   {onClass, "root/test:EX_Thing.Id=\"a\"", false},
+                   {onClass, "root/other:EX_Thing", false},
+                   {onClass, "root/test:", false},
+                   {onClass, "root/test", false},
+                   {onClass, "EX_Thing", false}};
+    for (const auto& [target, object, isSame] : rows) {
         const std::string body = message("<SIMPLEREQ><METHODCALL NAME=\"Reset\">" + target +
                                          "<PARAMVALUE NAME=\"Force\" PARAMTYPE=\"boolean\">" + value("TRUE") +
                                          "</PARAMVALUE></METHODCALL></SIMPLEREQ>");
-        const Answer answer = send(post(body, "Reset", "root/test:EX_Thing.Id=\"a\""));
-        EXPECT_THAT(answer.http.body, HasSubstr("<SIMPLERSP><METHODRESPONSE NAME=\"Reset\"><ERROR CODE=\"7\" "
-                                                "DESCRIPTION=\"CIM_ERR_NOT_SUPPORTED: "));
-        EXPECT_THAT(answer.http.body, testing::EndsWith("</METHODRESPONSE></SIMPLERSP></MESSAGE></CIM>"));
-        EXPECT_EQ(send(post(body, "Reset", "/ROOT%2Ftest%3AEX_Thing")).code(), 7);
-        EXPECT_EQ(send(post(body, "Reset", "root/other:EX_Thing")).header("CIMError"), "header-mismatch");
+        const Answer answer = send(post(body, "Reset", object));
+        EXPECT_EQ(answer.header("CIMError"), isSame ? "none" : "header-mismatch") << object;
+        if (isSame) {
+            EXPECT_THAT(answer.http.body,
+                        HasSubstr("<SIMPLERSP><METHODRESPONSE NAME=\"Reset\"><ERROR CODE=\"7\" "
+                                  "DESCRIPTION=\"CIM_ERR_NOT_SUPPORTED: "));
+            EXPECT_THAT(answer.http.body, testing::EndsWith("</METHODRESPONSE></SIMPLERSP></MESSAGE></CIM>"));
+        }
     }
 }
 

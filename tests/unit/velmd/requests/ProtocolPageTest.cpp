@@ -181,7 +181,9 @@ protected:
     /// The whole response as the page writes it.
     std::string play(const Block& request) {
         const HTTPResponse response = _handler->handle(requestOf(request));
-        return withoutSession(response.takeOver ? takenOver(response) : responseText(response));
+        const std::string text = response.takeOver ? takenOver(response) : responseText(response);
+        expectValidMessage(PageMessage(text).body);
+        return withoutSession(text);
     }
 
     /// TRUE, rather than FALSE.

@@ -124,6 +124,45 @@ TEST_F(ServedInstances, CannotBeWritten) {
     EXPECT_THAT(provider.calls(), IsEmpty());
 }
 
+TEST_F(ServedInstances, CannotBeWritten_WhateverElseIsWrong) {
+    const std::string file = instance("EX_File", property("Size", "x", "uint64"));
+    EXPECT_EQ(call("CreateInstance", {{"NewInstance", file}}).code(), 7);
+    EXPECT_EQ(call("ModifyInstance", {{"ModifiedInstance", "<VALUE.NAMEDINSTANCE>" + fileName("none") + file +
+                                                               "</VALUE.NAMEDINSTANCE>"}})
+                  .code(),
+              7);
+}
+
+TEST_F(ServedInstances, HaveTheKeysOfTheirNames_WhenTheProviderLeavesThemOut) {
+    const Name name = named("root/Test", "EX_File", {{"Path", text("a")}, {"Drive", drive()}});
+    const Members rows[]{
+        {},
+        {{"Path", text("a")}},
+        {{"path", COrvoValue::null(COrvoType::string)}, {"Drive", COrvoValue::null(COrvoType::uint16)}}};
+    for (Members properties : rows) {
+        properties.emplace_back("Size", number(7, COrvoType::uint64));
+        provider.instead = [&](const Name&) { return objectWith("EX_File", name, properties); };
+        EXPECT_EQ(call("GetInstance", fileA).returned(), fileInstance("a", "7"));
+    }
+}
+
+TEST_F(ServedInstances, KeepTheirClassFromDeletion_EvenWhileThereAreNone) {
+    const auto deletion = [this](const char* name, const char* nameSpace) {
+        return call("DeleteClass", {{"ClassName", className(name)}}, nameSpace);
+    };
+    EXPECT_EQ(deletion("ex_FILE", "root/TEST").code(), 8);
+    ASSERT_EQ(deletion("EX_TextFile", "root/test").code(), 0);
+    for (const char* name : {"ex_FILE", "EX_Holding"}) {
+        const Answer answer = deletion(name, "root/TEST");
+        EXPECT_EQ(answer.code(), 9) << name;
+        EXPECT_THAT(answer.description(), HasSubstr("a provider serves the instances of class '"));
+    }
+    EXPECT_EQ(deletion("EX_Holding", "root/other").code(), 6);
+    ASSERT_EQ(call("CreateClass", {{"NewClass", "<CLASS NAME=\"EX_Holding\"/>"}}, "root/other").code(), 0);
+    EXPECT_EQ(deletion("EX_Holding", "root/other").code(), 0);
+    EXPECT_THAT(provider.calls(), IsEmpty());
+}
+
 TEST_F(ServedInstances, AreServedInOneNamespaceOnly) {
     // Its EX_Thing is no EX_File, and nobody asks the provider.
     EXPECT_EQ(call("EnumerateInstanceNames", files, "root/other").code(), 5);
@@ -172,6 +211,8 @@ TEST_F(ServedInstances, AreNoFaultOfTheRequest_WhenTheProviderAnswersWhatMakesNo
     const std::pair<Object, const char*> rows[]{
         {objectWith("EX_File", name, {{"Colour", text("red")}}), "Colour"},
         {objectWith("EX_File", name, {{"Size", text("1")}}), "Size"},
+        {objectWith("EX_File", name, {{"Path", text("b")}}), "the key Path of "},
+        {objectWith("EX_File", name, {{"DRIVE", number(2, COrvoType::uint16)}}), " is '2'"},
         {objectWith("EX_Thing", name, {}), "EX_Thing"},
         {objectWith("EX_Nothing", name, {}), "EX_Nothing"},
         {objectWith("EX_File", name,

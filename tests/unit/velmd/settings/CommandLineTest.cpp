@@ -101,7 +101,7 @@ TEST_F(CommandLineTest, Imports) {
     EXPECT_THAT(line.imports, ElementsAre("a.xml", "b.xml"));
     EXPECT_EQ(line.nameSpace, "root/x");
     EXPECT_THAT(line.overrides, Contains(Pair("Server.StateDirectory", "/s")));
-    EXPECT_EQ(read({"--import", "a.xml"}).nameSpace, "");
+    EXPECT_EQ(read({"--import", "a.xml"}).nameSpace, "root/kob/talmora");
     EXPECT_THAT(read({"--import", "a.xml", "--import", "b.xml"}).imports, ElementsAre("a.xml", "b.xml"));
 }
 

@@ -40,6 +40,7 @@ TEST_F(LibrarySettingsTest, ReachTheConfigurationOfTheLibrary) {
     EXPECT_EQ(number, 600);
     EXPECT_EQ(text("Log", "LogDir"), "/somewhere");
     EXPECT_EQ(text("Server", "Port"), "absent");
+    EXPECT_EQ(text("VELM", "MaxSubscribers"), "absent") << "the daemon keeps that bound itself";
 }
 
 TEST_F(LibrarySettingsTest, KeepTheRecordOfIndicationsInTheStateDirectory_WhenNothingElseIsSaid) {

@@ -3,6 +3,7 @@
 #include "foundation/object_model/COrvoInstanceName.h"
 #include "foundation/object_model/COrvoObject.h"
 #include "tests/support/DTDCheck.h"
+#include "tests/support/SharedFolder.h"
 #include "tests/unit/velmd/model/ClassBuilders.h"
 #include "tests/unit/velmd/wire/WireSupport.h"
 #include "velmd/model/ClassTree.h"
@@ -310,9 +311,7 @@ TEST(WrittenName, CanBeWithoutKeys) {
 }
 
 TEST(DTD, IsWhatTheseTestsValidateAgainst) {
-    if (!hasDTD()) {
-        GTEST_SKIP() << "no DTD beside the checkout: nothing above was validated";
-    }
+    VELM_SKIP_WITHOUT(documentType());
     EXPECT_NE(problemOf("<CLASS/>"), "");
     EXPECT_EQ(problemOf("<CLASS NAME=\"A\"/>"), "");
 }

@@ -1,15 +1,13 @@
-// A real schema of well over a thousand classes, read, resolved and written. It is not part of this tree: it
-// is read from the file that VELM_CIM_SCHEMA names, or from beside the checkout.
+// A real schema of well over a thousand classes, read, resolved and written.
 
 #include "tests/support/DTDCheck.h"
+#include "tests/support/SharedFolder.h"
 #include "tests/unit/velmd/wire/WireSupport.h"
 #include "velmd/model/ClassTree.h"
 #include "velmd/wire/CIMReader.h"
 #include "velmd/wire/CIMWriter.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <filesystem>
 #include <string>
 
 #include <gmock/gmock.h>
@@ -20,18 +18,11 @@ namespace {
 using namespace velm;
 using namespace velm::test;
 
-std::string schemaPath() {
-    const char* named = std::getenv("VELM_CIM_SCHEMA");
-    return named ? named : VELM_SOURCE_DIR "/../shared/data/cim_schema.xml";
-}
-
 class RealSchema : public testing::Test {
 protected:
     void SetUp() override {
-        if (!std::filesystem::exists(schemaPath())) {
-            GTEST_SKIP() << "no schema at " << schemaPath() << "; name one in VELM_CIM_SCHEMA";
-        }
-        declarations = readDeclarations(readXMLTreeFromFile(schemaPath(), 1 << 26, 256));
+        VELM_SKIP_WITHOUT(realSchema());
+        declarations = readDeclarations(readXMLTreeFromFile(realSchema().string(), 1 << 26, 256));
         ASSERT_GT(declarations.classes.size(), 1000U);
     }
 

@@ -77,4 +77,11 @@ TEST(XMLElement, IsReadFromAFile) {
     EXPECT_THROW(readXMLTreeFromFile(folder.file("none.xml"), enough, 2), ORVXMLError);
 }
 
+TEST(XMLElement, IsReadInTheDeclaredEncodingFromAFile_AndAsUTF8FromMemory) {
+    const std::string document = "<?xml version='1.0' encoding='iso-8859-1'?><A>\xE4</A>";
+    const test::TemporaryFolder folder;
+    EXPECT_EQ(readXMLTreeFromFile(folder.write("a.xml", document), enough, 1).text, "\xC3\xA4");
+    EXPECT_THROW(readXMLTree(document, enough, 1), ORVXMLError);
+}
+
 }  // namespace
