@@ -3,9 +3,10 @@
 #include "tests/support/ValidatingRelay.h"
 #include "tests/support/VelmdProcess.h"
 
+#include <algorithm>
 #include <filesystem>
-#include <regex>
 #include <string>
+#include <string_view>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,8 +17,17 @@ namespace {
 
 constexpr const char* transcript = VELM_SOURCE_DIR "/docs/transcripts/wbemcli.txt";
 
-std::string withoutPorts(const std::string& text) {
-    return std::regex_replace(text, std::regex("(port |127\\.0\\.0\\.1:)[0-9]+"), "$1PORT");
+std::string withoutPorts(std::string text) {
+    for (const std::string_view lead : {"port ", "127.0.0.1:"}) {
+        for (auto at = text.find(lead); at != std::string::npos; at = text.find(lead, at)) {
+            at += lead.size();
+            const auto end = std::min(text.find_first_not_of("0123456789", at), text.size());
+            if (end != at) {
+                text.replace(at, end - at, "PORT");
+            }
+        }
+    }
+    return text;
 }
 
 /// Without its first line, the command.

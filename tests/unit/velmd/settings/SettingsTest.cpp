@@ -2,7 +2,7 @@
 
 #include "tests/unit/server/services/TemporaryFolder.h"
 
-#include <regex>
+#include <algorithm>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -27,6 +27,12 @@ std::vector<std::string> linesOf(const std::string& text) {
         lines.push_back(line);
     }
     return lines;
+}
+
+std::string withSingleSpaces(std::string line) {
+    const auto bothSpaces = [](char left, char right) { return left == ' ' && right == ' '; };
+    line.erase(std::unique(line.begin(), line.end(), bothSpaces), line.end());
+    return line;
 }
 
 class SettingsTest : public testing::Test {
@@ -280,7 +286,7 @@ TEST_F(SettingsTest, DescribeEachValueAndItsOrigin) {
     std::vector<std::string> settingLines;
     for (const std::string& line : linesOf(text)) {
         if (line.find(" = ") != std::string::npos) {
-            settingLines.push_back(std::regex_replace(line, std::regex(" +"), " "));
+            settingLines.push_back(withSingleSpaces(line));
         }
     }
     EXPECT_EQ(settingLines.size(), settingRules().size() + 1);
