@@ -26,8 +26,7 @@ CCIMOMClass::CCIMOMClass(ORVString className, ORVSmrPtr<CCIMOMClass> baseClass,
     : _className(std::move(className)),
       _isCatchAll(_className.compareTo(CatchAllClassName, ORVString::caseInsensitive) == 0),
       _baseClass(std::move(baseClass)),
-      _classSubscription(std::move(subscription)),
-      _routeNames(routeNamesOf(_className, _baseClass.Get())) {
+      _classSubscription(std::move(subscription)) {
 }
 
 CCIMOMClass::~CCIMOMClass() {
@@ -43,16 +42,11 @@ void CCIMOMClass::addChildClass(ORVSmrPtr<CCIMOMClass> child) {
     }
     _childClassList->append(child);
     child->_parents.push_back(this);
-    _addDescendant(child->_className);
-    if (child->_descendants) {
-        for (const ORVString& name : *child->_descendants) {
-            _addDescendant(name);
-        }
-    }
+    _forgetDescendants();
 }
 
 bool CCIMOMClass::isA(const ORVString& className) {
-    return className == _className || (_descendants && _descendants->contains(className));
+    return className == _className || (!_childClassList.IsNull() && _getDescendants().contains(className));
 }
 
 bool CCIMOMClass::isA(const ORVSmrPtr<CCIMOMClass>& other) {
@@ -98,14 +92,32 @@ void CCIMOMClass::detach() {
     }
 }
 
-void CCIMOMClass::_addDescendant(const ORVString& className) {
-    if (!_descendants) {
-        _descendants = std::make_unique<Names>();
+const ORVSmrPtr<ORVValSlist<ORVString>>& CCIMOMClass::getRouteNames() const {
+    return _routeNames.get([this] { return routeNamesOf(_className, _baseClass.Get()); });
+}
+
+const CCIMOMClass::Names& CCIMOMClass::_getDescendants() const {
+    return *_descendants.get([this] {
+        ORVSmrPtr<Names> names(new Names);
+        _addDescendantsTo(*names);
+        return names;
+    });
+}
+
+void CCIMOMClass::_addDescendantsTo(Names& names) const {
+    if (_childClassList.IsNull()) {
+        return;
     }
-    if (_descendants->insert(className).second) {
-        for (CCIMOMClass* parent : _parents) {
-            parent->_addDescendant(className);
-        }
+    for (const ORVSmrPtr<CCIMOMClass>& child : *_childClassList) {
+        names.insert(child->_className);
+        child->_addDescendantsTo(names);
+    }
+}
+
+void CCIMOMClass::_forgetDescendants() noexcept {
+    _descendants.reset();
+    for (CCIMOMClass* parent : _parents) {
+        parent->_forgetDescendants();
     }
 }
 

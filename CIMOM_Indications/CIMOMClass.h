@@ -3,10 +3,10 @@
 #include "CIMOM_Indications/CIMOMSubscription.h"
 #include "foundation/containers/ORVValSlist.h"
 #include "foundation/handles/ORVSmrPtr.h"
+#include "foundation/utilities/MadeOnce.h"
 #include "foundation/utilities/ORVString.h"
 
 #include <cstddef>
-#include <memory>
 #include <unordered_set>
 #include <vector>
 
@@ -68,8 +68,8 @@ public:
     ORVSmrPtr<CCIMOMSubscription> getSubscription() const { return _classSubscription; }
 
     /// What changes of this class's objects are filed under: the names of this class and of those above it,
-    /// with "*" in the place of the root's. Made with the node, and shared: nobody changes it.
-    const ORVSmrPtr<ORVValSlist<ORVString>>& getRouteNames() const noexcept { return _routeNames; }
+    /// with "*" in the place of the root's. Shared: nobody changes it.
+    const ORVSmrPtr<ORVValSlist<ORVString>>& getRouteNames() const;
 
 private:
     struct NameHash {
@@ -77,7 +77,9 @@ private:
     };
     using Names = std::unordered_set<ORVString, NameHash>;
 
-    void _addDescendant(const ORVString& className);
+    const Names& _getDescendants() const;
+    void _addDescendantsTo(Names& names) const;
+    void _forgetDescendants() noexcept;
     void _leaveChildren() noexcept;
 
     const ORVString _className;
@@ -85,9 +87,9 @@ private:
     ORVSmrPtr<CCIMOMClass> _baseClass;
     ORVSmrPtr<ORVValSlist<ORVSmrPtr<CCIMOMClass>>> _childClassList;
     ORVSmrPtr<CCIMOMSubscription> _classSubscription;
-    const ORVSmrPtr<ORVValSlist<ORVString>> _routeNames;
-    /// The names of all classes below this one; null while there are none.
-    std::unique_ptr<Names> _descendants;
+    velm::MadeOnce<ORVValSlist<ORVString>> _routeNames;
+    /// The names of all classes below this one.
+    velm::MadeOnce<Names> _descendants;
     /// The nodes that have this one among their children.
     std::vector<CCIMOMClass*> _parents;
 };

@@ -1,3 +1,4 @@
+#include "CIMOM_Indications/CIMOMClassManager.h"
 #include "benchmarks/limits/AppendRendering.h"
 #include "benchmarks/limits/ReusedParser.h"
 #include "benchmarks/peers/PeerProcess.h"
@@ -7,6 +8,7 @@
 #include "foundation/object_model/COrvoRepository.h"
 #include "foundation/services/CIMUtil.h"
 
+#include <memory>
 #include <string>
 
 #include <benchmark/benchmark.h>
@@ -73,6 +75,16 @@ void loadSchema(benchmark::State& state) {
     }
 }
 BENCHMARK(loadSchema)->Unit(benchmark::kMillisecond);
+
+void buildTree(benchmark::State& state) {
+    auto loaded = std::make_unique<COrvoRepository>();
+    loaded->loadFile(VELM_BENCH_SCHEMA, nameSpace);
+    const ORVSmrPtr<IOrvoRepository> repository(loaded.release());
+    for (auto unused : state) {
+        CCIMOMClassManager::initialize(repository);
+    }
+}
+BENCHMARK(buildTree)->Unit(benchmark::kMillisecond);
 
 void parseSchema(benchmark::State& state) {
     ReusedParser parser;

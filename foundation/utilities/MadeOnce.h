@@ -37,6 +37,9 @@ public:
         return *part;
     }
 
+    /// Drops the part, so that it is made anew. Requires: nobody asks meanwhile, or uses what get() answered.
+    void reset() noexcept { delete _part.exchange(nullptr, std::memory_order_acq_rel); }
+
 private:
     mutable std::atomic<const ORVSmrPtr<T>*> _part{nullptr};
 };
