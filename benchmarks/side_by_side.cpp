@@ -115,6 +115,11 @@ int main(int argc, char** argv) {
     CLI11_PARSE(app, argc, argv);
     options.rows = {rows.begin(), rows.end()};
     const std::string kindOfRun = options.isQuick ? "quick" : "full";
+    if (!std::filesystem::exists(options.schema)) {
+        std::cout << "skipped: there is no schema " << options.schema.string()
+                  << " to mirror; see --schema\n";
+        return 0;
+    }
     try {
         std::cout << today() << ", " << machineDescription() << "\n\n" << tableHead() << std::endl;
         const Report report = measureAll(options);
