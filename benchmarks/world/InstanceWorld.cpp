@@ -73,7 +73,7 @@ private:
 
     double _remove() {
         return meanTime(
-            5,
+            50,
             [this] {
                 const SubscriberID id = _world.addDrained(++_lastSubscriber);
                 for (std::uint32_t own = 0; own < ownSubscriptions; ++own) {
