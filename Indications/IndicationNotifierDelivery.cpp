@@ -11,6 +11,8 @@
 #include "foundation/utilities/ORVXMLError.h"
 #include "foundation/utilities/OrvoBaseException.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -131,31 +133,30 @@ bool isGoodAnswer(const ORVCIMMessage& message, const ORVString& host, const ORV
 
 }  // namespace
 
-void CIndicationNotifier::CDelivery::_fireindications(ORVSmrPtr<CSubscriber>& subscriber,
-                                                      IndicationList& indications) {
-    unsigned int waiting = indications->entries();
-    for (ORVValSlistIterator<ORVSmrPtr<IOrvoIndication>> iter(*indications); ++iter;) {
-        _inHand = waiting--;
-        if (_fire(subscriber, iter.key())) {
-            continue;
-        }
-        if (waiting != 0) {
-            const auto id = subscriber->getSubscriberID();
-            logDeliveryLine("CIndicationNotifier::_fireindications",
-                            "Dropped " + ORVString(std::to_string(waiting)) + " indication(s) queued for " +
-                                nameOf(id->getHostName(), id->getPortNumber()) +
-                                " because an earlier one failed",
-                            OrvoTraceLog::SeverityDetail);
-        }
-        return;
-    }
-}
-
-bool CIndicationNotifier::CDelivery::_fire(ORVSmrPtr<CSubscriber>& subscriber,
-                                           ORVSmrPtr<IOrvoIndication>& indication) {
+unsigned int CIndicationNotifier::CDelivery::_fireindications(ORVSmrPtr<CSubscriber>& subscriber,
+                                                              IndicationList& indications) {
+    const unsigned int count = indications->entries();
+    unsigned int delivered = 0;
     auto connection = subscriber->getNetworkConnection();
-    return connection.IsNull() ? _fireNonPersistent(subscriber, indication)
-                               : _firePersistent(subscriber, indication, connection);
+    if (connection.IsNull()) {
+        for (ORVValSlistIterator<ORVSmrPtr<IOrvoIndication>> iter(*indications); ++iter; ++delivered) {
+            _inHand = count - delivered;
+            if (!_fireNonPersistent(subscriber, iter.key())) {
+                break;
+            }
+        }
+    } else {
+        delivered = _firePersistent(subscriber, indications, connection);
+    }
+    if (delivered + 1 < count) {
+        const auto id = subscriber->getSubscriberID();
+        logDeliveryLine("CIndicationNotifier::_fireindications",
+                        "Dropped " + ORVString(std::to_string(count - delivered - 1)) +
+                            " indication(s) queued for " + nameOf(id->getHostName(), id->getPortNumber()) +
+                            " because an earlier one failed",
+                        OrvoTraceLog::SeverityDetail);
+    }
+    return delivered;
 }
 
 bool CIndicationNotifier::CDelivery::_fireNonPersistent(ORVSmrPtr<CSubscriber>& subscriber,
@@ -193,29 +194,102 @@ bool CIndicationNotifier::CDelivery::_fireNonPersistent(ORVSmrPtr<CSubscriber>& 
     return isDelivered;
 }
 
-bool CIndicationNotifier::CDelivery::_firePersistent(ORVSmrPtr<CSubscriber>& subscriber,
-                                                     ORVSmrPtr<IOrvoIndication>& indication,
-                                                     ORVSmrPtr<CSubscriberNetworkConnection>& connection) {
-    ORVString host = subscriber->getSubscriberID()->getHostName();
-    ORVString port = subscriber->getSubscriberID()->getPortNumber();
-    ORVString localHost = subscriber->getLocalHostName();
-    ORVString localPort = subscriber->getLocalPortNumber();
+/// The way of a list of indications through a channel's stream, which holds them back until there are enough
+/// for a write.
+class CIndicationNotifier::CDelivery::ChannelBatch {
+public:
+    ChannelBatch(CDelivery& delivery, CSubscriber& subscriber, ORVValSlist<ORVSmrPtr<IOrvoIndication>>& list)
+        : _delivery(delivery),
+          _host(subscriber.getSubscriberID()->getHostName()),
+          _port(subscriber.getSubscriberID()->getPortNumber()),
+          _localHost(subscriber.getLocalHostName()),
+          _localPort(subscriber.getLocalPortNumber()),
+          _count(list.entries()),
+          _written(list),
+          _settled(list) {}
 
-    bool isDelivered = false;
+    /// Throws why an indication could not be sent; those before it are delivered then.
+    void send(ORVGenericHTTPOStream& stream) {
+        const Settling settling(*this, stream);
+        while (++_written) {
+            try {
+                _write(stream, _written.key());
+            } catch (...) {
+                stream.discard();
+                stream.sendHeld();
+                throw;
+            }
+            if (stream.getHeldSize() >= _usualWrite) {
+                stream.sendHeld();
+                settling.settle();
+            }
+        }
+        stream.sendHeld();
+    }
+
+    ORVString destination() const { return nameOf(_host, _port); }
+    unsigned int delivered() const { return _delivered; }
+
+private:
+    /// Records what has gone out, last when it is left.
+    class Settling {
+    public:
+        Settling(ChannelBatch& batch, ORVGenericHTTPOStream& stream)
+            : _batch(batch), _stream(stream), _before(stream.getHeldAndSentCount()) {
+            settle();
+        }
+        Settling(const Settling&) = delete;
+        Settling& operator=(const Settling&) = delete;
+        ~Settling() { settle(); }
+
+        void settle() const { _batch._settle(_stream.getHeldAndSentCount() - _before); }
+
+    private:
+        ChannelBatch& _batch;
+        ORVGenericHTTPOStream& _stream;
+        const std::uint64_t _before;
+    };
+
+    void _write(ORVGenericHTTPOStream& stream, ORVSmrPtr<IOrvoIndication>& indication) {
+        _delivery._firePersistentHTTPHeader(&stream);
+        _delivery._fireXMLHeader(&stream, indication, true);
+        _delivery._fireXML(&stream, indication, _localHost, _localPort, true);
+        _delivery._fireXMLTrailer(&stream, indication, true);
+    }
+
+    void _settle(std::uint64_t delivered) {
+        for (; _delivered < delivered && ++_settled; ++_delivered) {
+            _delivery._logIndication(_host, _port, _settled.key());
+        }
+        _delivery._inHand = _count - _delivered;
+    }
+
+    /// Beyond this, one write more costs little beside the bytes.
+    static constexpr std::size_t _usualWrite = std::size_t{32} * 1024;
+
+    CDelivery& _delivery;
+    ORVString _host;
+    ORVString _port;
+    ORVString _localHost;
+    ORVString _localPort;
+    const unsigned int _count;
+    ORVValSlistIterator<ORVSmrPtr<IOrvoIndication>> _written;
+    ORVValSlistIterator<ORVSmrPtr<IOrvoIndication>> _settled;
+    unsigned int _delivered = 0;
+};
+
+unsigned int CIndicationNotifier::CDelivery::_firePersistent(
+    ORVSmrPtr<CSubscriber>& subscriber, IndicationList& indications,
+    ORVSmrPtr<CSubscriberNetworkConnection>& connection) {
+    ChannelBatch batch(*this, *subscriber, *indications);
     ORVSmrPtr<ORVGenericHTTPOStream> stream;
     try {
         stream = connection->getOutputStream();
-        std::ostream* out = &*stream;
-        _firePersistentHTTPHeader(out);
-        _fireXMLHeader(out, indication, true);
-        _fireXML(out, indication, localHost, localPort, true);
-        _fireXMLTrailer(out, indication, true);
-        isDelivered = true;
-        _logIndication(host, port, indication);
+        batch.send(*stream);
     } catch (...) {
         handleFailure([&] {
             // Scripts that watch the log tell the two ways apart by the blank in this text.
-            logFireFailure(nameOf(host, port),
+            logFireFailure(batch.destination(),
                            "Caught an Unknown exception attempting to stream an indication to ");
             if (!stream.IsNull()) {
                 // The manager may keep the subscriber: its next message must not begin inside this one.
@@ -224,7 +298,7 @@ bool CIndicationNotifier::CDelivery::_firePersistent(ORVSmrPtr<CSubscriber>& sub
             _removeSubscriber(*subscriber, true, true);
         });
     }
-    return isDelivered;
+    return batch.delivered();
 }
 
 void CIndicationNotifier::CDelivery::_firePersistentHTTPHeader(std::ostream* out) {
@@ -249,9 +323,10 @@ void CIndicationNotifier::CDelivery::_fireXML(std::ostream* out, ORVSmrPtr<IOrvo
 
 void CIndicationNotifier::CDelivery::_fireXMLTrailer(std::ostream* out,
                                                      ORVSmrPtr<IOrvoIndication>& /*indication*/,
-                                                     bool /*persistent*/) {
+                                                     bool persistent) {
     CIMUtil::StreamMessageTrailer(*out);
-    dynamic_cast<ORVGenericHTTPOStream&>(*out).send();
+    auto& stream = dynamic_cast<ORVGenericHTTPOStream&>(*out);
+    persistent ? stream.hold() : stream.send();
 }
 
 void CIndicationNotifier::CDelivery::_handleFireResponse(std::istream* in, ORVString& host, ORVString& port) {

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <span>
 #include <string_view>
 
 /// A connected TCP socket whose every operation has a deadline.
@@ -50,6 +51,11 @@ public:
     /// still comes is dropped. The side that closes first keeps the port occupied for a minute.
     virtual void closeAfterPeer(long milliseconds) noexcept;
 
+    /// Sends `messages` one after the other, each as send() does and under a time-out of its own, in as few
+    /// writes as they fit in. `sent` is set to how many went out whole, also when the next one fails and this
+    /// throws.
+    virtual void sendEach(std::span<const std::string_view> messages, std::size_t& sent);
+
     /// The descriptor, for watching only; -1 once closed.
     int nativeHandle() const noexcept;
 
@@ -62,6 +68,7 @@ private:
     explicit ORVHTTPTransport(std::unique_ptr<State> state);
 
     void _send(std::string_view bytes, bool mayBeAnsweredEarly);
+    void _sendTogether(std::span<const std::string_view> messages, std::size_t& sent);
 
     std::unique_ptr<State> _state;
 };
