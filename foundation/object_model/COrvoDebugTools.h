@@ -3,6 +3,8 @@
 #include "foundation/object_model/IOrvoIndication.h"
 #include "foundation/object_model/IOrvoSubscriptionFilter.h"
 
+#include <string_view>
+
 /// Readable texts for traces and tables.
 class VELM_EXPORT COrvoDebugTools {
 public:
@@ -15,4 +17,7 @@ public:
 
     /// "Change", "Addition", ..., "LeaveAssociation"; "Invalid" for 0 and "Unknown (n)" for any other number.
     static ORVString indicationTypeToString(IOrvoIndication::IndicationType type);
+
+    /// The same without a copy; the null view for a number that is no kind.
+    static std::string_view indicationTypeName(IOrvoIndication::IndicationType type) noexcept;
 };

@@ -40,6 +40,9 @@ public:
     std::chrono::system_clock::time_point getTime() const override;
     ORVString toString() const override;
 
+    /// The same as getObject(), lent for as long as this object lives.
+    const ORVSmrPtr<IOrvoObject>& object() const noexcept { return _object; }
+
 private:
     class ClassNamesLock;
 

@@ -34,6 +34,9 @@ public:
     ORVSmrPtr<ORVValSlist<COrvoKeyBinding>> getKeyBindings() const override;
     ORVString toString() const override;
 
+    /// The same as toString(), lent for as long as this object lives.
+    const ORVString& text() const noexcept { return _text; }
+
 private:
     void _setText(const std::string& text, std::size_t keysStart);
 

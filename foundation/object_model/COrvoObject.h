@@ -24,13 +24,27 @@ public:
     ORVSmrPtr<IOrvoProperty> getProperty(unsigned int position) const override;
     ORVSmrPtr<IOrvoProperty> getProperty(const ORVString& name) const override;
 
+    /// The same as getClassName() and getInstanceName(), lent for as long as this object lives.
+    const ORVString& className() const noexcept { return _className; }
+    const ORVSmrPtr<IOrvoInstanceName>& instanceName() const noexcept { return _instanceName; }
+
+    /// A property as it is kept.
+    struct Held {
+        ORVString name;
+        /// Never null.
+        ORVSmrPtr<IOrvoValue> value;
+        /// What getProperty() answers: of a reference, which routing asks for again and again. A null handle
+        /// for any other property, for which getProperty() makes one.
+        ORVSmrPtr<IOrvoProperty> property;
+    };
+
     /// All properties in their order, lent until the object changes.
-    const std::vector<ORVSmrPtr<IOrvoProperty>>& properties() const noexcept { return _properties; }
+    const std::vector<Held>& properties() const noexcept { return _properties; }
 
 private:
     ORVString _className;
     ORVSmrPtr<IOrvoInstanceName> _instanceName;
-    std::vector<ORVSmrPtr<IOrvoProperty>> _properties;
+    std::vector<Held> _properties;
     std::size_t _referenceCount = 0;
     /// Whether some property may hold embedded instances, which a deep copy does not share.
     bool _hasInstances = false;

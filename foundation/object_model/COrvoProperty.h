@@ -12,10 +12,6 @@ public:
     ORVString getName() const override;
     ORVSmrPtr<IOrvoValue> getValue() const override;
 
-    /// The same, lent for as long as this object lives.
-    const ORVString& name() const noexcept { return _name; }
-    const ORVSmrPtr<IOrvoValue>& value() const noexcept { return _value; }
-
 private:
     ORVString _name;
     ORVSmrPtr<IOrvoValue> _value;

@@ -49,7 +49,7 @@ public:
     /// string.
     const char* data() const noexcept;
     const char* buffer() const noexcept { return data(); }
-    std::string_view view() const noexcept { return {data(), length()}; }
+    std::string_view view() const noexcept;
 
     /// Negative, 0 or positive as this text stands before, with or after `text`, byte by byte.
     int compareTo(const ORVString& text, CompareMode mode = caseSensitive) const noexcept;

@@ -21,7 +21,7 @@ ORVString COrvoDebugTools::indicationFilterToString(ORVSmrPtr<IOrvoSubscriptionF
     return std::string_view(fmt::format("{}[{}]", filter->getClassName().view(), names));
 }
 
-ORVString COrvoDebugTools::indicationTypeToString(IOrvoIndication::IndicationType type) {
+std::string_view COrvoDebugTools::indicationTypeName(IOrvoIndication::IndicationType type) noexcept {
     switch (type) {
         case IOrvoIndication::IndicationInvalid:
             return "Invalid";
@@ -44,5 +44,11 @@ ORVString COrvoDebugTools::indicationTypeToString(IOrvoIndication::IndicationTyp
         case IOrvoIndication::IndicationLeaveAssociation:
             return "LeaveAssociation";
     }
-    return std::string_view(fmt::format("Unknown ({})", static_cast<unsigned int>(type)));
+    return {};
+}
+
+ORVString COrvoDebugTools::indicationTypeToString(IOrvoIndication::IndicationType type) {
+    const std::string_view name = indicationTypeName(type);
+    return name.data() ? name
+                       : std::string_view(fmt::format("Unknown ({})", static_cast<unsigned int>(type)));
 }

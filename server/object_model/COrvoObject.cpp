@@ -8,22 +8,27 @@
 #include <algorithm>
 #include <iterator>
 #include <typeinfo>
+#include <utility>
 
 namespace {
 
-using Properties = std::vector<ORVSmrPtr<IOrvoProperty>>;
+using Held = COrvoObject::Held;
+using Properties = std::vector<Held>;
+using PropertyHandle = ORVSmrPtr<IOrvoProperty>;
 
 constexpr std::size_t usualCount = 8;
 
-/// Every property of an object was made by its setProperty().
-const COrvoProperty& ownOf(const ORVSmrPtr<IOrvoProperty>& property) {
-    return static_cast<const COrvoProperty&>(*property);
+Properties::const_iterator find(const Properties& properties, const ORVString& name) {
+    return std::find_if(properties.begin(), properties.end(),
+                        [&name](const Held& held) { return held.name.equalsIgnoringCase(name); });
 }
 
-Properties::const_iterator find(const Properties& properties, const ORVString& name) {
-    return std::find_if(properties.begin(), properties.end(), [&name](const auto& property) {
-        return ownOf(property).name().equalsIgnoringCase(name);
-    });
+PropertyHandle makeProperty(const ORVString& name, const ORVSmrPtr<IOrvoValue>& value) {
+    return PropertyHandle(new COrvoProperty(name, value));
+}
+
+PropertyHandle propertyOf(const Held& held) {
+    return held.property.IsNull() ? makeProperty(held.name, held.value) : held.property;
 }
 
 bool isInstance(const IOrvoType& type) {
@@ -88,11 +93,11 @@ void COrvoObject::setProperty(const ORVString& name, const ORVSmrPtr<IOrvoValue>
     auto offset = std::distance(_properties.cbegin(), find(_properties, name));
     auto position = static_cast<std::size_t>(offset);
     bool isKnown = position < _properties.size();
-    ORVSmrPtr<IOrvoProperty> property(
-        new COrvoProperty(isKnown ? ownOf(_properties[position]).name() : name, value));
+    const ORVString knownName = isKnown ? _properties[position].name : name;
+    Held held{knownName, value, isReference ? makeProperty(knownName, value) : PropertyHandle::none()};
     _hasInstances = _hasInstances || isInstance(*type);
     if (isKnown && isReference == (position < _referenceCount)) {
-        _properties[position] = property;
+        _properties[position] = std::move(held);
         return;
     }
     if (_properties.size() == _properties.capacity()) {
@@ -104,7 +109,7 @@ void COrvoObject::setProperty(const ORVString& name, const ORVSmrPtr<IOrvoValue>
     }
     auto end =
         isReference ? _properties.begin() + static_cast<std::ptrdiff_t>(_referenceCount) : _properties.end();
-    _properties.insert(end, property);
+    _properties.insert(end, std::move(held));
     _referenceCount += isReference ? 1 : 0;
 }
 
@@ -124,10 +129,10 @@ ORVSmrPtr<IOrvoProperty> COrvoObject::getProperty(unsigned int position) const {
     if (position >= _properties.size()) {
         throw ORVBoundsException();
     }
-    return _properties[position];
+    return propertyOf(_properties[position]);
 }
 
 ORVSmrPtr<IOrvoProperty> COrvoObject::getProperty(const ORVString& name) const {
     auto property = find(_properties, name);
-    return property == _properties.end() ? ORVSmrPtr<IOrvoProperty>::none() : *property;
+    return property == _properties.end() ? PropertyHandle::none() : propertyOf(*property);
 }

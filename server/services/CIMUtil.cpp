@@ -2,6 +2,7 @@
 
 #include "server/xml/CIMXMLWriter.h"
 
+#include <array>
 #include <atomic>
 #include <charconv>
 #include <cstddef>
@@ -25,17 +26,20 @@ bool isScalar(const IOrvoType& type) {
 }  // namespace
 
 void CIMUtil::StreamMessageHeader(std::ostream& stream, int messageID) {
-    char digits[24];
-    const char* end = messageID != 0
-                          ? std::to_chars(digits, digits + sizeof digits, messageID).ptr
-                          : std::to_chars(digits, digits + sizeof digits,
-                                          1 + lastMessageID.fetch_add(1, std::memory_order_relaxed))
-                                .ptr;
-    write(stream,
-          "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
-          "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"");
-    write(stream, {digits, static_cast<std::size_t>(end - digits)});
-    write(stream, "\" PROTOCOLVERSION=\"1.0\">");
+    constexpr std::string_view beforeID =
+        "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+        "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"";
+    constexpr std::string_view afterID = "\" PROTOCOLVERSION=\"1.0\">";
+    constexpr std::size_t digits = 24;
+    std::array<char, beforeID.size() + digits + afterID.size()> text;
+    char* const number = text.data() + beforeID.copy(text.data(), beforeID.size());
+    char* const numberEnd = messageID != 0
+                                ? std::to_chars(number, number + digits, messageID).ptr
+                                : std::to_chars(number, number + digits,
+                                                1 + lastMessageID.fetch_add(1, std::memory_order_relaxed))
+                                      .ptr;
+    const char* const end = numberEnd + afterID.copy(numberEnd, afterID.size());
+    write(stream, {text.data(), static_cast<std::size_t>(end - text.data())});
 }
 
 void CIMUtil::StreamMessageTrailer(std::ostream& stream) {

@@ -1,7 +1,10 @@
 #include "foundation/object_model/COrvoDebugTools.h"
 #include "foundation/object_model/COrvoIndication.h"
+#include "foundation/object_model/COrvoInstanceName.h"
+#include "foundation/object_model/COrvoObject.h"
 #include "foundation/services/CIMUtil.h"
 #include "server/xml/CIMXMLWriter.h"
+#include "server/xml/LentParts.h"
 
 #include <algorithm>
 #include <array>
@@ -11,6 +14,7 @@
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -18,30 +22,78 @@ using Kind = IOrvoIndication::ReportedKind;
 
 /// Most export messages fit without growing the text twice.
 constexpr std::size_t usualSize = 4096;
+/// What an unusually long message took is given back.
+constexpr std::size_t keptCapacity = std::size_t{64} * 1024;
+
+/// The memory for one message: that of this thread's last one. A message that is written from inside another
+/// one finds none and takes its own.
+class MessageText {
+public:
+    MessageText() : _text(std::move(_kept())) {
+        _text.clear();
+        _text.reserve(usualSize);
+    }
+    MessageText(const MessageText&) = delete;
+    MessageText& operator=(const MessageText&) = delete;
+    ~MessageText() {
+        if (_text.capacity() <= keptCapacity) {
+            _kept() = std::move(_text);
+        }
+    }
+
+    std::string& get() { return _text; }
+
+private:
+    static std::string& _kept() {
+        static thread_local std::string text;
+        return text;
+    }
+
+    std::string _text;
+};
 
 /// A CIM datetime: yyyymmddhhmmss.mmmmmm+000.
-std::array<char, 25> datetimeOf(std::chrono::system_clock::time_point time) {
+using Datetime = std::array<char, 25>;
+
+char* writeDigits(char* end, unsigned int number, int width) {
+    for (int digit = width; digit-- > 0; number /= 10) {
+        end[digit] = static_cast<char>('0' + number % 10);
+    }
+    return end + width;
+}
+
+/// Without its fraction, which stays as it is.
+void writeSeconds(std::chrono::sys_seconds time, Datetime& text) {
     const auto day = std::chrono::floor<std::chrono::days>(time);
     const std::chrono::year_month_day date(day);
-    const std::chrono::hh_mm_ss clock(std::chrono::floor<std::chrono::microseconds>(time - day));
-    std::array<char, 25> text{};
-    char* end = text.data();
-    const auto write = [&end](auto number, int width) {
-        for (int digit = width; digit-- > 0; number /= 10) {
-            end[digit] = static_cast<char>('0' + number % 10);
-        }
-        end += width;
+    const std::chrono::hh_mm_ss clock(time - day);
+    char* end = writeDigits(text.data(), static_cast<unsigned int>(static_cast<int>(date.year())), 4);
+    for (const auto number : {static_cast<unsigned int>(date.month()), static_cast<unsigned int>(date.day()),
+                              static_cast<unsigned int>(clock.hours().count()),
+                              static_cast<unsigned int>(clock.minutes().count()),
+                              static_cast<unsigned int>(clock.seconds().count())}) {
+        end = writeDigits(end, number, 2);
+    }
+}
+
+Datetime datetimeOf(std::chrono::system_clock::time_point time) {
+    struct Last {
+        Last() { std::string_view("00000000000000.000000+000").copy(text.data(), text.size()); }
+
+        std::chrono::sys_seconds second = std::chrono::sys_seconds::min();
+        Datetime text;
     };
-    write(static_cast<int>(date.year()), 4);
-    write(static_cast<unsigned int>(date.month()), 2);
-    write(static_cast<unsigned int>(date.day()), 2);
-    write(clock.hours().count(), 2);
-    write(clock.minutes().count(), 2);
-    write(clock.seconds().count(), 2);
-    *end++ = '.';
-    write(clock.subseconds().count(), 6);
-    std::copy_n("+000", 4, end);
-    return text;
+    // Thousands of events in a row are of the same second.
+    static thread_local Last last;
+    const auto second = std::chrono::floor<std::chrono::seconds>(time);
+    if (last.second != second) {
+        writeSeconds(second, last.text);
+        last.second = second;
+    }
+    constexpr std::size_t fraction = 15;
+    const auto microseconds = std::chrono::floor<std::chrono::microseconds>(time - second).count();
+    writeDigits(last.text.data() + fraction, static_cast<unsigned int>(microseconds), 6);
+    return last.text;
 }
 
 const Kind& kindOf(const IOrvoIndication& indication) {
@@ -66,6 +118,31 @@ void writeAddress(velm::CIMXMLWriter& writer, std::string_view host, std::string
     writer.tags<"</VALUE></PROPERTY>">();
 }
 
+void writePath(velm::CIMXMLWriter& writer, std::string_view path) {
+    writer.tags<"<PROPERTY NAME=\"SourceInstanceModelPath\" TYPE=\"string\"><VALUE>">();
+    writer.text(path);
+    writer.tags<"</VALUE></PROPERTY>">();
+}
+
+void writePathOf(velm::CIMXMLWriter& writer, const ORVSmrPtr<IOrvoInstanceName>& name) {
+    if (name.IsNull()) {
+        return;
+    }
+    if (const auto* own = velm::ownObject<COrvoInstanceName>(*name)) {
+        writePath(writer, own->text().view());
+    } else {
+        writePath(writer, name->toString().view());
+    }
+}
+
+void writeModelPath(velm::CIMXMLWriter& writer, const IOrvoObject& object) {
+    if (const auto* own = velm::ownObject<COrvoObject>(object)) {
+        writePathOf(writer, own->instanceName());
+    } else {
+        writePathOf(writer, object.getInstanceName());
+    }
+}
+
 void writeSource(velm::CIMXMLWriter& writer, const IOrvoObject& object, std::string_view host,
                  std::string_view port, bool withSourceInstance) {
     if (withSourceInstance) {
@@ -74,12 +151,7 @@ void writeSource(velm::CIMXMLWriter& writer, const IOrvoObject& object, std::str
         writer.embedded(object);
         writer.tags<"</VALUE></PROPERTY>">();
     }
-    const ORVSmrPtr<IOrvoInstanceName> name = object.getInstanceName();
-    if (!name.IsNull()) {
-        writer.tags<"<PROPERTY NAME=\"SourceInstanceModelPath\" TYPE=\"string\"><VALUE>">();
-        writer.text(name->toString().view());
-        writer.tags<"</VALUE></PROPERTY>">();
-    }
+    writeModelPath(writer, object);
     if (!host.empty() || !port.empty()) {
         writeAddress(writer, host, port);
     }
@@ -111,7 +183,8 @@ void writeDelivery(velm::CIMXMLWriter& writer, const IOrvoIndication& indication
     writer.tags<"<PROPERTY NAME=\"IndicationType\" TYPE=\"uint16\"><VALUE>">();
     writer.text({digits, static_cast<std::size_t>(end - digits)});
     writer.tags<"</VALUE></PROPERTY><PROPERTY NAME=\"IndicationKind\" TYPE=\"string\"><VALUE>">();
-    writer.text(COrvoDebugTools::indicationTypeToString(kind.type).view());
+    const std::string_view name = COrvoDebugTools::indicationTypeName(kind.type);
+    writer.text(name.data() ? name : COrvoDebugTools::indicationTypeToString(kind.type).view());
     writer.tags<"</VALUE></PROPERTY>">();
     if (onChannel) {
         writer
@@ -119,28 +192,42 @@ void writeDelivery(velm::CIMXMLWriter& writer, const IOrvoIndication& indication
     }
 }
 
-}  // namespace
+struct Export {
+    const IOrvoIndication& indication;
+    const IOrvoObject& object;
+    std::string_view host;
+    std::string_view port;
+    bool withSourceInstance;
+    bool onChannel;
+};
 
-void CIMUtil::StreamIndication(std::ostream& stream, IOrvoIndication& indication, ORVString& localHost,
-                               ORVString& localPort, bool withSourceInstance, bool onChannel) {
-    const ORVSmrPtr<IOrvoObject> object = indication.getObject();
-    const Kind& kind = kindOf(indication);
-    std::string xml;
-    xml.reserve(usualSize);
-    velm::CIMXMLWriter writer(xml);
+void writeExport(velm::CIMXMLWriter& writer, const Export& message) {
+    const Kind& kind = kindOf(message.indication);
     writer.tags<
         "<SIMPLEEXPREQ><EXPMETHODCALL NAME=\"ExportIndication\"><EXPPARAMVALUE NAME=\"NewIndication\">"
         "<INSTANCE CLASSNAME=\"">();
     writer.attributeText(kind.exportClassName);
     writer.tags<"\"><PROPERTY NAME=\"IndicationTime\" TYPE=\"datetime\"><VALUE>">();
-    const auto time = datetimeOf(indication.getTime());
+    const Datetime time = datetimeOf(message.indication.getTime());
     writer.text({time.data(), time.size()});
     writer.tags<"</VALUE></PROPERTY>">();
-    writeSource(writer, *object, localHost.view(), localPort.view(), withSourceInstance);
+    writeSource(writer, message.object, message.host, message.port, message.withSourceInstance);
     if (kind.type == IOrvoIndication::IndicationChange) {
-        writeChangedProperties(writer, indication);
+        writeChangedProperties(writer, message.indication);
     }
-    writeDelivery(writer, indication, kind, onChannel);
+    writeDelivery(writer, message.indication, kind, message.onChannel);
     writer.tags<"</INSTANCE></EXPPARAMVALUE></EXPMETHODCALL></SIMPLEEXPREQ>">();
-    stream.write(xml.data(), static_cast<std::streamsize>(xml.size()));
+}
+
+}  // namespace
+
+void CIMUtil::StreamIndication(std::ostream& stream, IOrvoIndication& indication, ORVString& localHost,
+                               ORVString& localPort, bool withSourceInstance, bool onChannel) {
+    const auto* own = velm::ownObject<COrvoIndication>(indication);
+    const auto object = own ? ORVSmrPtr<IOrvoObject>::none() : indication.getObject();
+    MessageText message;
+    velm::CIMXMLWriter writer(message.get());
+    writeExport(writer, {indication, own ? *own->object() : *object, localHost.view(), localPort.view(),
+                         withSourceInstance, onChannel});
+    stream.write(message.get().data(), static_cast<std::streamsize>(message.get().size()));
 }

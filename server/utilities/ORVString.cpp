@@ -199,6 +199,10 @@ const char* ORVString::data() const noexcept {
     return _text ? _text->bytes() : "";
 }
 
+std::string_view ORVString::view() const noexcept {
+    return _text ? _text->view() : std::string_view("");
+}
+
 int ORVString::compareTo(const ORVString& text, CompareMode mode) const noexcept {
     if (_text == text._text) {
         return 0;

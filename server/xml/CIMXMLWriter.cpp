@@ -1,13 +1,12 @@
 #include "server/xml/CIMXMLWriter.h"
 
 #include "foundation/object_model/COrvoObject.h"
-#include "foundation/object_model/COrvoProperty.h"
 #include "foundation/object_model/COrvoType.h"
 #include "foundation/object_model/COrvoValue.h"
 #include "server/xml/LentParts.h"
 
 #include <algorithm>
-#include <cstddef>
+#include <memory>
 
 namespace velm {
 
@@ -39,6 +38,12 @@ ORVString classNameOf(const IOrvoObject& object) {
     }
     const ORVSmrPtr<IOrvoInstanceName> instanceName = object.getInstanceName();
     return instanceName.IsNull() ? name : instanceName->getClassName();
+}
+
+/// Takes no more memory than one table for each thread that embeds instances.
+PropertyOpenings& openingsOfThisThread() {
+    static thread_local const auto openings = std::make_unique<PropertyOpenings>();
+    return *openings;
 }
 
 }  // namespace
@@ -102,12 +107,14 @@ void CIMXMLWriter::embeddedProperty(std::string_view name, const IOrvoObject& in
 }
 
 void CIMXMLWriter::instance(const IOrvoObject& object) {
+    const auto* own = ownObject<COrvoObject>(object);
+    const bool isNamed = own && own->className().length() != 0;
     tags<"<INSTANCE CLASSNAME=\"">();
-    attributeText(classNameOf(object).view());
+    attributeText(isNamed ? own->className().view() : classNameOf(object).view());
     tags<"\">">();
-    if (const auto* own = ownObject<COrvoObject>(object)) {
-        for (const ORVSmrPtr<IOrvoProperty>& held : own->properties()) {
-            property(*held);
+    if (own) {
+        for (const COrvoObject::Held& held : own->properties()) {
+            _heldProperty(held.name.view(), *held.value);
         }
     } else {
         const unsigned int count = object.getPropertyCount();
@@ -119,12 +126,55 @@ void CIMXMLWriter::instance(const IOrvoObject& object) {
 }
 
 void CIMXMLWriter::property(const IOrvoProperty& property) {
-    if (const auto* own = ownObject<COrvoProperty>(property)) {
-        _property(own->name().view(), *own->value());
-    } else {
-        const ORVString name = property.getName();
-        const ORVSmrPtr<IOrvoValue> value = property.getValue();
-        _property(name.view(), *value);
+    const ORVString name = property.getName();
+    const ORVSmrPtr<IOrvoValue> value = property.getValue();
+    _property(name.view(), *value);
+}
+
+void CIMXMLWriter::_heldProperty(std::string_view name, const IOrvoValue& value) {
+    const auto* own = _depth == 1 ? ownObject<COrvoValue>(value) : nullptr;
+    if (!own) {
+        _property(name, value);
+    } else if (!_knownProperty(name, *own)) {
+        const std::size_t start = _xml.size();
+        _property(name, value);
+        _rememberOpening(name, *own, start);
+    }
+}
+
+/// False, and nothing is written, when the property's opening is not known or its value is no text that is at
+/// hand.
+bool CIMXMLWriter::_knownProperty(std::string_view name, const COrvoValue& value) {
+    const std::string_view opening = _openings->find(name, value.type().Get());
+    if (!opening.data()) {
+        return false;
+    }
+    COrvoValue::Digits digits;
+    const std::string_view content = value.lentText(digits);
+    if (!content.data()) {
+        return false;
+    }
+    _xml.append(opening);
+    appendXMLText(_xml, content, XMLContext::element, 1);
+    _xml.append(XMLMarkupForms<"</VALUE></PROPERTY>">::escapedOnce);
+    return true;
+}
+
+/// `start` is where the property was written. What is kept is the same for every value of its type.
+void CIMXMLWriter::_rememberOpening(std::string_view name, const COrvoValue& value, std::size_t start) {
+    COrvoValue::Digits digits;
+    const std::string_view written = std::string_view(_xml).substr(start);
+    constexpr std::string_view beginning = XMLMarkupForms<"><VALUE>">::escapedOnce;
+    const std::size_t end = written.find(beginning);
+    if (!value.lentText(digits).data() || end == std::string_view::npos ||
+        !written.starts_with(_openings->before) ||
+        !written.substr(_openings->before.size()).starts_with(name)) {
+        return;
+    }
+    // The shared types are never freed, so that no other type will be found at the same address.
+    const IOrvoType* const type = value.type().Get();
+    if (COrvoType::fromName(type->getName()).Get() == type) {
+        _openings->keep(name, type, written.substr(0, end + beginning.size()));
     }
 }
 
@@ -298,6 +348,7 @@ void CIMXMLWriter::_keyBinding(const COrvoKeyBinding& key) {
 }
 
 void CIMXMLWriter::embedded(const IOrvoObject& object) {
+    _openings = &openingsOfThisThread();
     ++_depth;
     instance(object);
     --_depth;

@@ -4,11 +4,15 @@
 #include "foundation/object_model/IOrvoObject.h"
 #include "foundation/object_model/IOrvoProperty.h"
 #include "foundation/object_model/IOrvoValue.h"
+#include "server/xml/PropertyOpenings.h"
 #include "server/xml/XMLMarkup.h"
 #include "server/xml/XMLText.h"
 
+#include <cstddef>
 #include <string>
 #include <string_view>
+
+class COrvoValue;
 
 namespace velm {
 
@@ -69,6 +73,9 @@ private:
 
     void _tags(std::string_view plain, std::string_view escapedOnce);
     void _property(std::string_view name, const IOrvoValue& value);
+    void _heldProperty(std::string_view name, const IOrvoValue& value);
+    bool _knownProperty(std::string_view name, const COrvoValue& value);
+    void _rememberOpening(std::string_view name, const COrvoValue& value, std::size_t start);
     void _arrayProperty(std::string_view name, const IOrvoValue& value, const Type& type);
     void _openProperty(std::string_view name, std::string_view type);
     void _value(const IOrvoValue& value, const Type& type);
@@ -85,6 +92,8 @@ private:
     std::string& _xml;
     const References _references;
     unsigned int _depth = 0;
+    /// Those of this thread; null until an instance is embedded.
+    PropertyOpenings* _openings = nullptr;
 };
 
 }  // namespace velm

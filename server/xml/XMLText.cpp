@@ -43,48 +43,60 @@ Word wordAt(const char* text) noexcept {
     return word;
 }
 
-/// Whether each of the eight characters in `word` stands for itself in every place. False also for some that
-/// need no escaping where they are.
+/// Whether each of the eight characters in `word` stands for itself. False also for some in attributes that
+/// need no escaping.
+template <XMLContext context>
 bool areEightPlain(std::uint64_t word) noexcept {
     constexpr std::uint64_t each = 0x0101010101010101;
     constexpr std::uint64_t highBits = each * 0x80;
     const auto zeroBytes = [](std::uint64_t bytes) { return (bytes - each) & ~bytes; };
     const std::uint64_t controls = (word - each * 0x20) & ~word;
     const std::uint64_t angles = zeroBytes((word | each * 2) ^ (each * '>'));
-    const std::uint64_t ampersandsAndQuotes = zeroBytes((word | each) ^ (each * '\''));
-    const std::uint64_t doubleQuotes = zeroBytes(word ^ (each * '"'));
-    return ((word | controls | angles | ampersandsAndQuotes | doubleQuotes) & highBits) == 0;
+    if constexpr (context == XMLContext::element) {
+        const std::uint64_t ampersands = zeroBytes(word ^ (each * '&'));
+        return ((word | controls | angles | ampersands) & highBits) == 0;
+    } else {
+        const std::uint64_t ampersandsAndQuotes = zeroBytes((word | each) ^ (each * '\''));
+        const std::uint64_t doubleQuotes = zeroBytes(word ^ (each * '"'));
+        return ((word | controls | angles | ampersandsAndQuotes | doubleQuotes) & highBits) == 0;
+    }
 }
+
+template <XMLContext context>
+constexpr Kinds kindsOf = context == XMLContext::element ? kindsInElements : kindsInAttributes;
 
 constexpr std::size_t step = sizeof(std::uint64_t);
 
 /// Whether `text` can be written as it is; as areEightPlain(). The last words overlap.
-bool isPlain(std::string_view text, const Kinds& kinds) noexcept {
+template <XMLContext context>
+bool isPlain(std::string_view text) noexcept {
     const char* const begin = text.data();
     if (text.size() < step / 2) {
-        return std::all_of(text.begin(), text.end(), [&](char c) { return kindOf(kinds, c) == plain; });
+        return std::all_of(text.begin(), text.end(),
+                           [](char c) { return kindOf(kindsOf<context>, c) == plain; });
     }
     if (text.size() < step) {
         const std::uint64_t last = wordAt<std::uint32_t>(begin + text.size() - step / 2);
-        return areEightPlain(wordAt<std::uint32_t>(begin) | last << 32);
+        return areEightPlain<context>(wordAt<std::uint32_t>(begin) | last << 32);
     }
     for (std::size_t position = 0; position + step < text.size(); position += step) {
-        if (!areEightPlain(wordAt<std::uint64_t>(begin + position))) {
+        if (!areEightPlain<context>(wordAt<std::uint64_t>(begin + position))) {
             return false;
         }
     }
-    return areEightPlain(wordAt<std::uint64_t>(begin + text.size() - step));
+    return areEightPlain<context>(wordAt<std::uint64_t>(begin + text.size() - step));
 }
 
 /// The first character from `position` on that has to be looked at; `end` when there is none.
-const char* skipPlain(const char* position, const char* end, const Kinds& kinds) noexcept {
+template <XMLContext context>
+const char* skipPlain(const char* position, const char* end) noexcept {
     for (;;) {
         while (end - position >= static_cast<std::ptrdiff_t>(step) &&
-               areEightPlain(wordAt<std::uint64_t>(position))) {
+               areEightPlain<context>(wordAt<std::uint64_t>(position))) {
             position += step;
         }
         const char* const stop = position + std::min<std::ptrdiff_t>(step, end - position);
-        while (position != stop && kindOf(kinds, *position) == plain) {
+        while (position != stop && kindOf(kindsOf<context>, *position) == plain) {
             ++position;
         }
         if (position == end || position != stop) {
@@ -130,12 +142,13 @@ bool isAllowed(const Utf8Character& character) noexcept {
 }
 
 /// appendXMLText() for a text that isPlain() does not pass.
-void appendEscaped(std::string& xml, std::string_view text, const Kinds& kinds, unsigned int depth) {
+template <XMLContext context>
+void appendEscaped(std::string& xml, std::string_view text, unsigned int depth) {
     const char* runStart = text.data();
     const char* const end = runStart + text.size();
     const char* position = runStart;
-    while ((position = skipPlain(position, end, kinds)) != end) {
-        const Kind kind = kindOf(kinds, *position);
+    while ((position = skipPlain<context>(position, end)) != end) {
+        const Kind kind = kindOf(kindsOf<context>, *position);
         std::size_t length = 1;
         if (kind == wide) {
             const Utf8Character character = utf8At(text, static_cast<std::size_t>(position - text.data()));
@@ -157,15 +170,20 @@ void appendEscaped(std::string& xml, std::string_view text, const Kinds& kinds, 
     xml.append(runStart, end);
 }
 
+template <XMLContext context>
+void append(std::string& xml, std::string_view text, unsigned int depth) {
+    if (isPlain<context>(text)) {
+        xml.append(text);
+    } else {
+        appendEscaped<context>(xml, text, depth);
+    }
+}
+
 }  // namespace
 
 void appendXMLText(std::string& xml, std::string_view text, XMLContext context, unsigned int depth) {
-    const Kinds& kinds = context == XMLContext::element ? kindsInElements : kindsInAttributes;
-    if (isPlain(text, kinds)) {
-        xml.append(text);
-    } else {
-        appendEscaped(xml, text, kinds, depth);
-    }
+    context == XMLContext::element ? append<XMLContext::element>(xml, text, depth)
+                                   : append<XMLContext::attribute>(xml, text, depth);
 }
 
 void appendXMLTags(std::string& xml, std::string_view tags, unsigned int depth) {

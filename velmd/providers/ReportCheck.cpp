@@ -9,6 +9,7 @@
 #include "velmd/model/CIMStatus.h"
 #include "velmd/providers/ProviderException.h"
 
+#include <algorithm>
 #include <typeinfo>
 
 #include <fmt/format.h>
@@ -130,15 +131,11 @@ bool isCanonicalObject(const IOrvoObject& object, const CIMClass& declaration) {
     if (typeid(object) != typeid(COrvoObject) || object.getClassName().view() != declaration.name) {
         return false;
     }
-    for (unsigned int position = 0; position < object.getPropertyCount(); ++position) {
-        const auto property = object.getProperty(position);
-        const ORVString name = property->getName();
-        const CIMProperty* declared = declaration.property(name.view());
-        if (!declared || !isCanonicalValue(name, *property->getValue(), *declared)) {
-            return false;
-        }
-    }
-    return true;
+    const auto& properties = static_cast<const COrvoObject&>(object).properties();
+    return std::all_of(properties.begin(), properties.end(), [&declaration](const COrvoObject::Held& held) {
+        const CIMProperty* declared = declaration.property(held.name.view());
+        return declared && isCanonicalValue(held.name, *held.value, *declared);
+    });
 }
 
 /// Whether it is made of this system's own classes and says nothing but what a provider may say.
