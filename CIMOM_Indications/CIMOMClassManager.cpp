@@ -202,8 +202,9 @@ void CCIMOMClassManager::_dumpClass(std::ostream& out, const CCIMOMClass& node) 
         _dumpSubscriberMap(out, ORVString::emptyString(), map);
     }
     for (InstanceIterator it(*table->getInstanceMapList()); ++it;) {
-        const ORVString instanceName = it.value()->getInstanceName()->toString();
-        for (const ORVSmrPtr<CCIMOMFilterSubscriberMap>& map : *it.value()->getFilterSubscriberMapList()) {
+        const CCIMOMIndicationFilterList::Contents list = it.value()->getContents();
+        const ORVString instanceName = list.instanceName->toString();
+        for (const ORVSmrPtr<CCIMOMFilterSubscriberMap>& map : *list.maps) {
             _dumpSubscriberMap(out, instanceName, map);
         }
     }

@@ -38,8 +38,7 @@ void CCIMOMFilterSubscriberMap::subscribe(ORVSmrPtr<CSubscriber> subscriber) {
         (*record)->incrementRefCount();
         return;
     }
-    _index.append(*_subscriberList,
-                  ORVSmrPtr<CCIMOMSubscriberRecord>(new CCIMOMSubscriberRecord(subscriber)));
+    _index.append(*_subscriberList, ORVSmrPtr<CCIMOMSubscriberRecord>::make(subscriber));
 }
 
 bool CCIMOMFilterSubscriberMap::unsubscribe(ORVSmrPtr<CSubscriber> subscriber) {
@@ -49,11 +48,15 @@ bool CCIMOMFilterSubscriberMap::unsubscribe(ORVSmrPtr<CSubscriber> subscriber) {
         }
         return true;
     }
+    logStranger(*subscriber);
+    return false;
+}
+
+void CCIMOMFilterSubscriberMap::logStranger(const CSubscriber& subscriber) {
     ORVLog::log("CIMOM",
-                "Subscriber " + subscriber->getSubscriberID()->toString() +
+                "Subscriber " + subscriber.getSubscriberID()->toString() +
                     " unsubscribed to filter not subscribed to.",
                 OrvoTraceLog::SeverityError, OrvoTraceLog::VerbosityNormal, 0, ORVLog::CIMOMLOG);
-    return false;
 }
 
 void CCIMOMFilterSubscriberMap::removeSubscriber(const CSubscriberID& id) {
@@ -87,9 +90,13 @@ CCIMOMFilterSubscriberMap::Records::iterator CCIMOMFilterSubscriberMap::_find(co
 }
 
 void CCIMOMFilterSubscriberMap::notify(const ORVSmrPtr<IOrvoIndication>& indication) {
-    const ORVSmrPtr<IOrvoIndication> outgoing = COrvoIndication::makeDelivery(
-        *indication, outgoingType(_indicationFilter->getFilterType(), *indication));
+    const ORVSmrPtr<IOrvoIndication> outgoing = makeOutgoing(*_indicationFilter, *indication);
     for (const ORVSmrPtr<CCIMOMSubscriberRecord>& record : *_subscriberList) {
         record->subscriber().notify(outgoing);
     }
+}
+
+ORVSmrPtr<IOrvoIndication> CCIMOMFilterSubscriberMap::makeOutgoing(const CCIMOMIndicationFilter& filter,
+                                                                   const IOrvoIndication& indication) {
+    return COrvoIndication::makeDelivery(indication, outgoingType(filter.getFilterType(), indication));
 }

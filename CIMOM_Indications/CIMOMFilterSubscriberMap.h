@@ -42,6 +42,12 @@ public:
     /// `indication`.
     void notify(const ORVSmrPtr<IOrvoIndication>& indication);
 
+    /// The indication that subscribers behind `filter` receive for one that it matched.
+    static ORVSmrPtr<IOrvoIndication> makeOutgoing(const CCIMOMIndicationFilter& filter,
+                                                   const IOrvoIndication& indication);
+    /// Logs that `subscriber` unsubscribed without being there.
+    static void logStranger(const CSubscriber& subscriber);
+
     ORVSmrPtr<CCIMOMIndicationFilter>& getIndicationFilter() noexcept { return _indicationFilter; }
     ORVSmrPtr<CCIMOMIndicationFilter> getIndicationFilter() const { return _indicationFilter; }
     /// The records in order; they come and go through the operations above only.

@@ -2,9 +2,11 @@
 
 #include "CIMOM_Indications/FilterIndex.h"
 #include "CIMOM_Indications/RoutedIndication.h"
+#include "foundation/object_model/COrvoInstanceName.h"
 
 #include <algorithm>
 #include <new>
+#include <string_view>
 
 using velm::FilterIndex;
 using RecordList = ORVValSlist<ORVSmrPtr<CCIMOMSubscriberRecord>>;
@@ -20,7 +22,10 @@ std::vector<FilterIndex::Position> positionsOf(const FilterIndex::Places& places
 
 }  // namespace
 
-CCIMOMIndicationFilterList::CCIMOMIndicationFilterList() : _filterList(new MapList), _maps(*_filterList) {
+CCIMOMIndicationFilterList::CCIMOMIndicationFilterList() = default;
+
+CCIMOMIndicationFilterList::CCIMOMIndicationFilterList(const ORVString& nameSpace, const ORVString& key)
+    : _nameSpace(nameSpace), _key(key) {
 }
 
 CCIMOMIndicationFilterList::~CCIMOMIndicationFilterList() = default;
@@ -32,46 +37,77 @@ void CCIMOMIndicationFilterList::subscribe(ORVSmrPtr<CCIMOMIndicationFilter> fil
     // it.
     const CCIMOMIndicationFilter& wanted = *filter;
 
-    if (_instanceName.IsNull()) {
-        _instanceName = instanceName;
+    if (!_made.find() && (instanceName.IsNull() || !_key.isNull())) {
+        if (_filter.IsNull() && !subscriber.IsNull() && subscriber->identity()) {
+            _filter = filter;
+            _subscriber = subscriber;
+            _count = 1;
+            return;
+        }
+        if (!_filter.IsNull() && _subscriber == subscriber && *_filter == filter) {
+            ++_count;
+            return;
+        }
+    }
+    Parts& parts = _partsToChange();
+    if (parts.instanceName.IsNull()) {
+        parts.instanceName = instanceName;
     }
     bool found = false;
-    for (const MapList::iterator map : _mayEqual(wanted)) {
+    for (const MapList::iterator map : parts.mayEqual(wanted)) {
         if (*(*map)->getIndicationFilter() == filter) {
             (*map)->subscribe(subscriber);
-            _updateIndex(map, subscriber->identity());
+            parts.updateIndex(map, subscriber->identity());
             found = true;
         }
     }
     if (!found) {
         ORVSmrPtr<RecordList> records(new RecordList);
-        records->append(ORVSmrPtr<CCIMOMSubscriberRecord>(new CCIMOMSubscriberRecord(subscriber)));
-        _append(ORVSmrPtr<Map>(new Map(filter, records)));
+        records->append(ORVSmrPtr<CCIMOMSubscriberRecord>::make(subscriber));
+        parts.append(ORVSmrPtr<Map>::make(filter, records));
     }
 }
 
 bool CCIMOMIndicationFilterList::unsubscribe(ORVSmrPtr<CCIMOMIndicationFilter> filter,
                                              ORVSmrPtr<CSubscriber> subscriber, bool& isEmpty) {
+    const CCIMOMIndicationFilter& wanted = *filter;
     isEmpty = false;
-    for (const MapList::iterator position : _mayEqual(*filter)) {
+    if (!_made.find()) {
+        return !_filter.IsNull() && *_filter == filter && _unsubscribeSingle(subscriber, isEmpty);
+    }
+    Parts& parts = _partsToChange();
+    for (const MapList::iterator position : parts.mayEqual(wanted)) {
         Map& map = **position;
         if (*map.getIndicationFilter() != filter) {
             continue;
         }
         const bool found = map.unsubscribe(subscriber);
         if (found) {
-            _updateIndex(position, subscriber->identity());
+            parts.updateIndex(position, subscriber->identity());
         }
         if (found && !map.hasSubscribers()) {
-            _erase(position);
-            if (_maps.isEmpty()) {
+            parts.erase(position);
+            if (parts.maps.isEmpty()) {
                 isEmpty = true;
-                _instanceName = nullptr;
+                parts.instanceName = nullptr;
             }
         }
         return found;
     }
     return false;
+}
+
+bool CCIMOMIndicationFilterList::_unsubscribeSingle(const ORVSmrPtr<CSubscriber>& subscriber, bool& isEmpty) {
+    if (&*_subscriber != &*subscriber) {
+        Map::logStranger(*subscriber);
+        return false;
+    }
+    if (--_count == 0) {
+        _clearSingle();
+        _key = ORVString();
+        isEmpty = true;
+    }
+    return true;
 }
 
 void CCIMOMIndicationFilterList::notify(const ORVSmrPtr<IOrvoIndication>& indication) {
@@ -80,15 +116,22 @@ void CCIMOMIndicationFilterList::notify(const ORVSmrPtr<IOrvoIndication>& indica
 }
 
 void CCIMOMIndicationFilterList::notify(velm::RoutedIndication& indication) {
-    if (!_index) {
-        for (const ORVSmrPtr<Map>& map : _maps) {
+    const Parts* parts = _made.find();
+    if (!parts) {
+        if (!_filter.IsNull() && _filter->match(indication.indication())) {
+            _subscriber->notify(Map::makeOutgoing(*_filter, *indication.indication()));
+        }
+        return;
+    }
+    if (!parts->index) {
+        for (const ORVSmrPtr<Map>& map : parts->maps) {
             if (map->getIndicationFilter()->match(indication.indication())) {
                 map->notify(indication.indication());
             }
         }
         return;
     }
-    for (const FilterIndex::Place& place : _index->mayMatch(indication)) {
+    for (const FilterIndex::Place& place : parts->index->mayMatch(indication)) {
         Map& map = **place.position;
         if (place.association ? place.association->matches(indication)
                               : map.getIndicationFilter()->match(indication.indication())) {
@@ -100,78 +143,151 @@ void CCIMOMIndicationFilterList::notify(velm::RoutedIndication& indication) {
 void CCIMOMIndicationFilterList::removeSubscriber(const CSubscriberID& id,
                                                   CCIMOMDeletedFilterRecord::List& deletedFilters,
                                                   bool& isEmpty) {
+    if (!_made.find()) {
+        if (_isSingleOf(id)) {
+            const ORVSmrPtr<Map> map = _makeMap();
+            map->removeSubscriber(id);
+            deletedFilters->append(ORVSmrPtr<CCIMOMDeletedFilterRecord>::make(_makeName(), map));
+            _clearSingle();
+        }
+        isEmpty = _filter.IsNull();
+        return;
+    }
+    Parts& parts = _partsToChange();
     std::vector<MapList::iterator> emptied;
-    for (const MapList::iterator position : _mayHave(id)) {
+    for (const MapList::iterator position : parts.mayHave(id)) {
         Map& map = **position;
         map.removeSubscriber(id);
-        _updateIndex(position, &id);
+        parts.updateIndex(position, &id);
         if (!map.hasSubscribers()) {
             emptied.push_back(position);
         }
     }
     for (const MapList::iterator position : emptied) {
-        deletedFilters->append(
-            ORVSmrPtr<CCIMOMDeletedFilterRecord>(new CCIMOMDeletedFilterRecord(_instanceName, *position)));
-        _erase(position);
+        deletedFilters->append(ORVSmrPtr<CCIMOMDeletedFilterRecord>::make(parts.instanceName, *position));
+        parts.erase(position);
     }
-    isEmpty = _maps.isEmpty();
+    isEmpty = parts.maps.isEmpty();
 }
 
 bool CCIMOMIndicationFilterList::hasSubscriber(const CSubscriberID& id) const {
-    const auto positions = _mayHave(id);
+    const Parts* parts = _made.find();
+    if (!parts) {
+        return _isSingleOf(id);
+    }
+    const auto positions = parts->mayHave(id);
     return std::any_of(positions.begin(), positions.end(),
                        [&id](MapList::iterator position) { return (*position)->hasSubscriber(id); });
 }
 
-std::vector<CCIMOMIndicationFilterList::MapList::iterator> CCIMOMIndicationFilterList::_mayEqual(
+CCIMOMIndicationFilterList::Contents CCIMOMIndicationFilterList::getContents() const {
+    if (const Parts* parts = _made.find()) {
+        return {parts->instanceName, parts->filterList};
+    }
+    Contents contents{_makeName(), FilterSubscriberMapList(new MapList)};
+    if (!_filter.IsNull()) {
+        contents.maps->append(_makeMap());
+    }
+    return contents;
+}
+
+bool CCIMOMIndicationFilterList::_isSingleOf(const CSubscriberID& id) const {
+    return !_filter.IsNull() && *_subscriber->identity() == id;
+}
+
+void CCIMOMIndicationFilterList::_clearSingle() noexcept {
+    _filter = ORVSmrPtr<CCIMOMIndicationFilter>::none();
+    _subscriber = ORVSmrPtr<CSubscriber>::none();
+    _count = 0;
+}
+
+ORVSmrPtr<IOrvoInstanceName> CCIMOMIndicationFilterList::_makeName() const {
+    if (_key.isNull()) {
+        return nullptr;
+    }
+    const std::string_view key = _key.view();
+    const std::size_t colon = key.find(':');
+    return COrvoInstanceName::ofParts(_nameSpace, key.substr(0, colon), key.substr(colon + 1));
+}
+
+ORVSmrPtr<CCIMOMFilterSubscriberMap> CCIMOMIndicationFilterList::_makeMap() const {
+    ORVSmrPtr<RecordList> records(new RecordList);
+    records->append(ORVSmrPtr<CCIMOMSubscriberRecord>::make(_subscriber, _count));
+    return ORVSmrPtr<Map>::make(_filter, records);
+}
+
+CCIMOMIndicationFilterList::Parts& CCIMOMIndicationFilterList::_parts() const {
+    return _made.get([this] {
+        auto parts = std::make_unique<Parts>();
+        parts->instanceName = _makeName();
+        if (!_filter.IsNull()) {
+            parts->append(_makeMap());
+        }
+        return parts;
+    });
+}
+
+CCIMOMIndicationFilterList::Parts& CCIMOMIndicationFilterList::_partsToChange() {
+    Parts& parts = _parts();
+    _clearSingle();
+    return parts;
+}
+
+CCIMOMIndicationFilterList::Parts::Parts() : filterList(new MapList), maps(*filterList) {
+}
+
+CCIMOMIndicationFilterList::Parts::~Parts() = default;
+
+std::vector<CCIMOMIndicationFilterList::MapList::iterator> CCIMOMIndicationFilterList::Parts::mayEqual(
     const CCIMOMIndicationFilter& filter) const {
-    return _index ? positionsOf(_index->mayEqual(filter)) : _all();
+    return index ? positionsOf(index->mayEqual(filter)) : all();
 }
 
-std::vector<CCIMOMIndicationFilterList::MapList::iterator> CCIMOMIndicationFilterList::_mayHave(
+std::vector<CCIMOMIndicationFilterList::MapList::iterator> CCIMOMIndicationFilterList::Parts::mayHave(
     const CSubscriberID& id) const {
-    return _index ? positionsOf(_index->mayHave(id)) : _all();
+    return index ? positionsOf(index->mayHave(id)) : all();
 }
 
-std::vector<CCIMOMIndicationFilterList::MapList::iterator> CCIMOMIndicationFilterList::_all() const {
+std::vector<CCIMOMIndicationFilterList::MapList::iterator> CCIMOMIndicationFilterList::Parts::all() const {
     std::vector<MapList::iterator> positions;
-    positions.reserve(_maps.entries());
-    for (MapList::iterator position = _maps.begin(); position != _maps.end(); ++position) {
+    positions.reserve(maps.entries());
+    for (MapList::iterator position = maps.begin(); position != maps.end(); ++position) {
         positions.push_back(position);
     }
     return positions;
 }
 
-void CCIMOMIndicationFilterList::_append(const ORVSmrPtr<Map>& map) {
-    _maps.append(map);
+void CCIMOMIndicationFilterList::Parts::append(const ORVSmrPtr<Map>& map) {
+    maps.append(map);
     try {
-        if (_index) {
-            _index->add(_maps.last());
-        } else if (_maps.entries() > shortList) {
-            _index = std::make_unique<FilterIndex>();
-            for (const MapList::iterator position : _all()) {
-                _index->add(position);
+        if (index) {
+            index->add(maps.last());
+        } else if (maps.entries() > shortList) {
+            index = std::make_unique<FilterIndex>();
+            for (const MapList::iterator position : all()) {
+                index->add(position);
             }
         }
     } catch (const std::bad_alloc&) {
-        _index.reset();
+        index.reset();
     }
 }
 
-void CCIMOMIndicationFilterList::_erase(MapList::iterator position) noexcept {
-    if (_index) {
-        _index->remove(position);
+void CCIMOMIndicationFilterList::Parts::erase(MapList::iterator position) noexcept {
+    if (index) {
+        index->remove(position);
     }
-    _maps.erase(position);
+    maps.erase(position);
 }
 
-void CCIMOMIndicationFilterList::_updateIndex(MapList::iterator position, const CSubscriberID* id) noexcept {
-    if (!_index || !id) {
+void CCIMOMIndicationFilterList::Parts::updateIndex(MapList::iterator position,
+                                                    const CSubscriberID* id) noexcept {
+    if (!index || !id) {
         return;
     }
     try {
-        _index->update(position, *id);
+        index->update(position, *id);
     } catch (const std::bad_alloc&) {
-        _index.reset();
+        index.reset();
     }
 }

@@ -5,7 +5,9 @@
 #include "CIMOM_Indications/CIMOMIndicationFilter.h"
 #include "foundation/containers/ORVValSlist.h"
 #include "foundation/object_model/IOrvoInstanceName.h"
+#include "foundation/utilities/OwnedOnce.h"
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -18,6 +20,10 @@ class RoutedIndication;
 ///
 /// Whether two filters are equal is asked of the filter that is held already, with the new one as argument.
 ///
+/// There may be a million lists, nearly all of them with one subscriber behind one filter: these stand in the
+/// list object itself. Maps, records and the lists of them are made when there is more to hold or somebody
+/// asks for them.
+///
 /// Threads: not synchronised. notify() and the readers: under the class manager's lock, on any number of
 /// threads at once; everything else under its write lock. Failure: an exception of a filter or a subscriber
 /// passes through; maps that come after it are not visited.
@@ -26,6 +32,9 @@ public:
     using FilterSubscriberMapList = ORVSmrPtr<ORVValSlist<ORVSmrPtr<CCIMOMFilterSubscriberMap>>>;
 
     CCIMOMIndicationFilterList();
+    /// The list of the instance whose name COrvoInstanceName::ofParts() makes from `nameSpace` and `key`,
+    /// which is "class:key properties".
+    CCIMOMIndicationFilterList(const ORVString& nameSpace, const ORVString& key);
     ~CCIMOMIndicationFilterList();
     CCIMOMIndicationFilterList(const CCIMOMIndicationFilterList&) = delete;
     CCIMOMIndicationFilterList& operator=(const CCIMOMIndicationFilterList&) = delete;
@@ -53,15 +62,42 @@ public:
     void removeSubscriber(const CSubscriberID& id, CCIMOMDeletedFilterRecord::List& deletedFilters,
                           bool& isEmpty);
 
-    bool isEmpty() const noexcept { return _maps.isEmpty(); }
+    bool isEmpty() const noexcept {
+        const Parts* parts = _made.find();
+        return parts ? parts->maps.isEmpty() : _filter.IsNull();
+    }
 
     /// Whether a map has a subscriber with this identity.
     bool hasSubscriber(const CSubscriberID& id) const;
 
+    /// Hands the identity of each subscriber of each map to `visit`.
+    template <class Visitor>
+    void visitIdentities(Visitor visit) const {
+        if (const Parts* parts = _made.find()) {
+            for (const ORVSmrPtr<CCIMOMFilterSubscriberMap>& map : parts->maps) {
+                for (const ORVSmrPtr<CCIMOMSubscriberRecord>& record : *map->getSubscriberList()) {
+                    if (const CSubscriberID* id = record->identity()) {
+                        visit(*id);
+                    }
+                }
+            }
+        } else if (!_filter.IsNull()) {
+            visit(*_subscriber->identity());
+        }
+    }
+
     /// The maps in order; they come and go through the operations above only.
-    FilterSubscriberMapList& getFilterSubscriberMapList() noexcept { return _filterList; }
+    FilterSubscriberMapList& getFilterSubscriberMapList() { return _parts().filterList; }
     /// The instance that the list is for; a null handle for a class.
-    ORVSmrPtr<IOrvoInstanceName>& getInstanceName() noexcept { return _instanceName; }
+    ORVSmrPtr<IOrvoInstanceName>& getInstanceName() { return _parts().instanceName; }
+
+    struct Contents {
+        ORVSmrPtr<IOrvoInstanceName> instanceName;
+        FilterSubscriberMapList maps;
+    };
+
+    /// Both, to read at once: what stands in the list object is not made objects of their own for good.
+    Contents getContents() const;
 
 private:
     using Map = CCIMOMFilterSubscriberMap;
@@ -70,17 +106,40 @@ private:
     /// Lists with more maps than this have an index.
     static constexpr unsigned int shortList = 16;
 
-    std::vector<MapList::iterator> _mayEqual(const CCIMOMIndicationFilter& filter) const;
-    std::vector<MapList::iterator> _mayHave(const CSubscriberID& id) const;
-    std::vector<MapList::iterator> _all() const;
-    void _append(const ORVSmrPtr<Map>& map);
-    void _erase(MapList::iterator position) noexcept;
-    void _updateIndex(MapList::iterator position, const CSubscriberID* id) noexcept;
+    struct Parts {
+        Parts();
+        ~Parts();
 
-    ORVSmrPtr<IOrvoInstanceName> _instanceName;
-    FilterSubscriberMapList _filterList;
-    /// The list behind the handle, which stays the same.
-    MapList& _maps;
-    /// Null for a short list, and when there was no memory for it: the list is walked then.
-    std::unique_ptr<velm::FilterIndex> _index;
+        std::vector<MapList::iterator> mayEqual(const CCIMOMIndicationFilter& filter) const;
+        std::vector<MapList::iterator> mayHave(const CSubscriberID& id) const;
+        std::vector<MapList::iterator> all() const;
+        void append(const ORVSmrPtr<Map>& map);
+        void erase(MapList::iterator position) noexcept;
+        void updateIndex(MapList::iterator position, const CSubscriberID* id) noexcept;
+
+        ORVSmrPtr<IOrvoInstanceName> instanceName;
+        FilterSubscriberMapList filterList;
+        /// The list behind the handle, which stays the same.
+        MapList& maps;
+        /// Null for a short list, and when there was no memory for it: the list is walked then.
+        std::unique_ptr<velm::FilterIndex> index;
+    };
+
+    bool _isSingleOf(const CSubscriberID& id) const;
+    bool _unsubscribeSingle(const ORVSmrPtr<CSubscriber>& subscriber, bool& isEmpty);
+    void _clearSingle() noexcept;
+    ORVSmrPtr<IOrvoInstanceName> _makeName() const;
+    ORVSmrPtr<Map> _makeMap() const;
+    Parts& _parts() const;
+    Parts& _partsToChange();
+
+    /// Tell the instance name; the key is null when there is no name, or when it was kept instead.
+    ORVString _nameSpace;
+    ORVString _key;
+    velm::OwnedOnce<Parts> _made;
+    // Until there are parts: the only filter, its subscriber and the count of its subscriptions, if there is
+    // a filter.
+    ORVSmrPtr<CCIMOMIndicationFilter> _filter = ORVSmrPtr<CCIMOMIndicationFilter>::none();
+    ORVSmrPtr<CSubscriber> _subscriber = ORVSmrPtr<CSubscriber>::none();
+    std::uint32_t _count = 0;
 };

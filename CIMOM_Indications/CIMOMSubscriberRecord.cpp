@@ -2,6 +2,7 @@
 
 #include <utility>
 
-CCIMOMSubscriberRecord::CCIMOMSubscriberRecord(ORVSmrPtr<CSubscriber> subscriber)
-    : _subscriber(std::move(subscriber)) {
+CCIMOMSubscriberRecord::CCIMOMSubscriberRecord(ORVSmrPtr<CSubscriber> subscriber,
+                                               std::uint32_t referenceCount)
+    : _subscriber(std::move(subscriber)), _referenceCount(referenceCount) {
 }

@@ -11,8 +11,7 @@
 /// write lock.
 class CCIMOMSubscriberRecord {
 public:
-    /// The count starts at 1.
-    explicit CCIMOMSubscriberRecord(ORVSmrPtr<CSubscriber> subscriber);
+    explicit CCIMOMSubscriberRecord(ORVSmrPtr<CSubscriber> subscriber, std::uint32_t referenceCount = 1);
 
     ORVSmrPtr<CSubscriber> getSubscriber() const { return _subscriber; }
     /// The subscriber itself, for those who need no handle of their own.
@@ -27,5 +26,5 @@ public:
 
 private:
     const ORVSmrPtr<CSubscriber> _subscriber;
-    std::uint32_t _referenceCount = 1;
+    std::uint32_t _referenceCount;
 };

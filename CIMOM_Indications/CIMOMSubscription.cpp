@@ -1,6 +1,7 @@
 #include "CIMOM_Indications/CIMOMSubscription.h"
 
 #include "CIMOM_Indications/RoutedIndication.h"
+#include "foundation/object_model/COrvoInstanceName.h"
 
 namespace {
 
@@ -34,9 +35,20 @@ void CCIMOMSubscription::subscribe(ORVSmrPtr<CCIMOMIndicationFilter> filter,
         (*list)->subscribe(filter, subscriber, instanceName);
         return;
     }
-    const ORVSmrPtr<CCIMOMIndicationFilterList> list(new CCIMOMIndicationFilterList);
+    const ORVSmrPtr<CCIMOMIndicationFilterList> list = _makeList(*instanceName, key);
     list->subscribe(filter, subscriber, instanceName);
     _instances.insert(key, list);
+}
+
+ORVSmrPtr<CCIMOMIndicationFilterList> CCIMOMSubscription::_makeList(const IOrvoInstanceName& instanceName,
+                                                                    const ORVString& key) {
+    if (!COrvoInstanceName::isToldByText(instanceName)) {
+        return ORVSmrPtr<CCIMOMIndicationFilterList>::make();
+    }
+    if (const ORVString nameSpace = instanceName.getNameSpace(); nameSpace != _nameSpace) {
+        _nameSpace = nameSpace;
+    }
+    return ORVSmrPtr<CCIMOMIndicationFilterList>::make(_nameSpace, key);
 }
 
 bool CCIMOMSubscription::unsubscribe(ORVSmrPtr<CCIMOMIndicationFilter> filter,
@@ -54,7 +66,7 @@ bool CCIMOMSubscription::unsubscribe(ORVSmrPtr<CCIMOMIndicationFilter> filter,
     const bool found = (*list)->unsubscribe(filter, subscriber, isEmpty);
     const CSubscriberID* id = subscriber->identity();
     if (found && id && !(*list)->hasSubscriber(*id)) {
-        _places.remove(*id, key);
+        _places.remove(*id, key, _instances);
     }
     if (found && isEmpty) {
         _instances.remove(key);
@@ -100,13 +112,7 @@ void CCIMOMSubscription::_notifyInstance(const ORVString& key, velm::RoutedIndic
 
 void CCIMOMSubscription::_purge() {
     _instances.purge([this](const ORVString& key, const ORVSmrPtr<CCIMOMIndicationFilterList>& list) {
-        for (const ORVSmrPtr<CCIMOMFilterSubscriberMap>& map : *list->getFilterSubscriberMapList()) {
-            for (const ORVSmrPtr<CCIMOMSubscriberRecord>& record : *map->getSubscriberList()) {
-                if (const CSubscriberID* id = record->identity()) {
-                    _places.remove(*id, key);
-                }
-            }
-        }
+        list->visitIdentities([&](const CSubscriberID& id) { _places.remove(id, key, _instances); });
     });
 }
 

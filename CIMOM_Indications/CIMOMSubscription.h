@@ -55,6 +55,8 @@ public:
     InstanceMapList& getInstanceMapList() noexcept { return _instanceFilterSubscriberMapList; }
 
 private:
+    ORVSmrPtr<CCIMOMIndicationFilterList> _makeList(const IOrvoInstanceName& instanceName,
+                                                    const ORVString& key);
     void _notifyInstance(const ORVString& key, velm::RoutedIndication& indication, bool isDestroyed);
     void _purge();
 
@@ -65,4 +67,6 @@ private:
     InstanceMap& _instances;
     /// Who is in which instance's list.
     velm::SubscriberPlaces _places;
+    /// Of the last list made: instances of one class are mostly of one namespace, and share its text.
+    ORVString _nameSpace;
 };

@@ -1,7 +1,8 @@
 #include "CIMOM_Indications/SubscriberPlaces.h"
 
+#include "foundation/containers/NumberSet.h"
+
 #include <unordered_map>
-#include <unordered_set>
 
 namespace velm {
 
@@ -11,16 +12,10 @@ struct IdentityHash {
     std::size_t operator()(const CSubscriberID& id) const noexcept { return hashKeySubscriberID(id); }
 };
 
-struct KeyHash {
-    std::size_t operator()(const ORVString& key) const noexcept { return hashKeyORVString(key); }
-};
-
-using Keys = std::unordered_set<ORVString, KeyHash>;
-
 }  // namespace
 
 struct SubscriberPlaces::Table {
-    std::unordered_map<CSubscriberID, Keys, IdentityHash> keys;
+    std::unordered_map<CSubscriberID, NumberSet, IdentityHash> hashes;
 };
 
 SubscriberPlaces::SubscriberPlaces() noexcept = default;
@@ -30,34 +25,34 @@ void SubscriberPlaces::add(const CSubscriberID& id, const ORVString& key) {
     if (!_table) {
         _table = std::make_unique<Table>();
     }
-    _table->keys[id].insert(key);
+    _table->hashes[id].insert(hashKeyORVString(key));
 }
 
-void SubscriberPlaces::remove(const CSubscriberID& id, const ORVString& key) noexcept {
+void SubscriberPlaces::_remove(const CSubscriberID& id, std::uint32_t hash) noexcept {
     if (!_table) {
         return;
     }
-    const auto found = _table->keys.find(id);
-    if (found == _table->keys.end()) {
+    const auto found = _table->hashes.find(id);
+    if (found == _table->hashes.end()) {
         return;
     }
-    found->second.erase(key);
-    if (found->second.empty()) {
-        _table->keys.erase(found);
+    found->second.erase(hash);
+    if (found->second.isEmpty()) {
+        _table->hashes.erase(found);
     }
 }
 
-std::vector<ORVString> SubscriberPlaces::_take(const CSubscriberID& id) {
+std::vector<std::uint32_t> SubscriberPlaces::_take(const CSubscriberID& id) {
     if (!_table) {
         return {};
     }
-    const auto found = _table->keys.find(id);
-    if (found == _table->keys.end()) {
+    const auto found = _table->hashes.find(id);
+    if (found == _table->hashes.end()) {
         return {};
     }
-    std::vector<ORVString> keys(found->second.begin(), found->second.end());
-    _table->keys.erase(found);
-    return keys;
+    std::vector<std::uint32_t> hashes = found->second.all();
+    _table->hashes.erase(found);
+    return hashes;
 }
 
 }  // namespace velm

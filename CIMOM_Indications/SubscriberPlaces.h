@@ -5,17 +5,19 @@
 #include "foundation/utilities/ORVString.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <memory>
 #include <utility>
 #include <vector>
 
 namespace velm {
 
-/// Which lists of a table each subscriber is in, by the keys of the lists: what spares a removal the walk
-/// over the lists of everybody else.
+/// Which lists of a table each subscriber is in: what spares a removal the walk over the lists of everybody
+/// else.
 ///
-/// It may name a list that is gone, or one that the subscriber is no longer in; it never misses one. Threads:
-/// as the table that it stands beside. Failure: std::bad_alloc, from add() and take().
+/// It keeps the hashes of the keys only. So it may name a list that the subscriber is not in, and whoever
+/// asks looks; it never misses one. Threads: as the table that it stands beside. Failure: std::bad_alloc,
+/// from add() and take().
 class SubscriberPlaces {
 public:
     SubscriberPlaces() noexcept;
@@ -24,30 +26,42 @@ public:
     SubscriberPlaces& operator=(const SubscriberPlaces&) = delete;
 
     void add(const CSubscriberID& id, const ORVString& key);
-    void remove(const CSubscriberID& id, const ORVString& key) noexcept;
 
-    /// The lists of the subscriber that are in `table`, in its order of iteration; forgets the subscriber.
+    /// The subscriber is no longer in the list under `key`, which may be gone from `table`.
+    template <class V>
+    void remove(const CSubscriberID& id, const ORVString& key, const ORVValMap<ORVString, V>& table) {
+        // The subscriber may be in the other list of the hash.
+        if (!table.sharesHash(key)) {
+            _remove(id, hashKeyORVString(key));
+        }
+    }
+
+    /// The keys of the lists in `table` that the subscriber may be in, in its order of iteration; forgets the
+    /// subscriber.
     template <class V>
     std::vector<ORVString> take(const CSubscriberID& id, const ORVValMap<ORVString, V>& table) {
-        std::vector<ORVString> keys = _take(id);
-        std::erase_if(keys, [&](const ORVString& key) { return !table.find(key); });
         std::vector<std::pair<typename ORVValMap<ORVString, V>::Place, ORVString>> places;
-        places.reserve(keys.size());
-        for (ORVString& key : keys) {
-            const auto place = table.placeOf(key);
-            places.emplace_back(place, std::move(key));
+        for (const std::uint32_t hash : _take(id)) {
+            for (ORVString& key : table.keysWithHash(hash)) {
+                const auto place = table.placeOf(key);
+                places.emplace_back(place, std::move(key));
+            }
         }
         std::sort(places.begin(), places.end(),
                   [](const auto& left, const auto& right) { return left.first < right.first; });
-        std::transform(places.begin(), places.end(), keys.begin(),
-                       [](auto& place) { return std::move(place.second); });
+        std::vector<ORVString> keys;
+        keys.reserve(places.size());
+        for (auto& place : places) {
+            keys.push_back(std::move(place.second));
+        }
         return keys;
     }
 
 private:
     struct Table;
 
-    std::vector<ORVString> _take(const CSubscriberID& id);
+    void _remove(const CSubscriberID& id, std::uint32_t hash) noexcept;
+    std::vector<std::uint32_t> _take(const CSubscriberID& id);
 
     std::unique_ptr<Table> _table;
 };

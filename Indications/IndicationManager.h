@@ -88,9 +88,9 @@ private:
     ORVSmrPtr<CSubscriber> _findOrAddSubscriber(const ORVSmrPtr<CSubscriberID>& subscriberID,
                                                 const ORVString& localHostName,
                                                 const ORVString& localPortNumber);
-    ORVSmrPtr<CSubscriberTableEntry> _findOrAddTableEntry(const ORVSmrPtr<CSubscriber>& subscriber,
-                                                          const ORVSmrPtr<IOrvoInstanceName>& instanceName,
-                                                          bool classWide);
+    /// The list for a row of the subscriber, new when there is none.
+    CSubscriberList& _addToTable(const ORVSmrPtr<CSubscriber>& subscriber,
+                                 const ORVSmrPtr<IOrvoInstanceName>& instanceName, bool classWide);
     bool _subscribeUnSubscribe(ORVSmrPtr<CSubscriber> subscriber, ORVSmrPtr<IOrvoValue>& classValue,
                                ORVSmrPtr<IOrvoValue>& endOne, ORVSmrPtr<IOrvoValue>& endTwo,
                                IOrvoIndication::IndicationType type, bool subscribe);
@@ -130,7 +130,8 @@ private:
     // The tables and what stands beside them. Requires: the write lock.
     /// Where the subscriber stands in the list. Requires: it is there.
     ORVValSlist<ORVSmrPtr<CSubscriber>>::iterator _positionOf(const CSubscriber& subscriber);
-    void _removeTableRow(const ORVString& key, CSubscriberList& list, const CSubscriber& subscriber);
+    /// Takes note of a row that was removed from the list.
+    void _updatePlace(const ORVString& key, const CSubscriberList& list, const CSubscriberID& id);
     void _purgeSubscriberTable();
 
     // Removal, phase one. Requires: the write lock.

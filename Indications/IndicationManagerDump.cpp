@@ -52,7 +52,8 @@ void CIndicationManager::dump(std::ostream& ostr) {
 void CIndicationManager::_dumpSubscriberTable(std::ostream& ostr) const {
     ostr << "<TABLE BORDER><TR><TH>Instance Name</TH><TH>Subscriber</TH><TH>Filter</TH></TR>";
     for (ORVValMapIterator<ORVString, ORVSmrPtr<CSubscriberList>> table(_subscriberTable); ++table;) {
-        for (const ORVSmrPtr<CSubscriberTableEntry>& entry : *table.value()->getList()) {
+        const CSubscriberList::EntryList rows = table.value()->getRows();
+        for (const ORVSmrPtr<CSubscriberTableEntry>& entry : *rows) {
             writeRow(ostr, table.key(), *entry);
         }
     }

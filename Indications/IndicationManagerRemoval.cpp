@@ -200,14 +200,15 @@ void CIndicationManager::_deleteFromSubscriberTable(const ORVSmrPtr<CSubscriber>
     ORVValSlist<ORVString> instanceNamesToDelete;
     for (const ORVString& key : _tablePlaces.take(subscriberID, _subscriberTable)) {
         CSubscriberList& list = **_subscriberTable.find(key);
-        const ORVSmrPtr<CSubscriberTableEntry> entry = list.lookup(subscriberID);
+        const ORVSmrPtr<CSubscriberTableEntry> entry = list.takeEntry(subscriberID);
         if (entry.IsNull()) {
             continue;
         }
-        record->addTableEntry(list.getInstanceName(), entry);
-        _removeTableRow(key, list, *entry->getSubscriber());
+        const ORVSmrPtr<IOrvoInstanceName> instanceName = list.getInstanceName();
+        record->addTableEntry(instanceName, entry);
+        _updatePlace(key, list, subscriberID);
         if (list.isEmpty()) {
-            instanceNamesToDelete.append(list.getInstanceName()->toString());
+            instanceNamesToDelete.append(instanceName->toString());
         }
     }
     // A class-wide list is filed under the class name, so this look-up leaves it in place, empty.
@@ -222,24 +223,19 @@ void CIndicationManager::_deleteFromSubscriberTable(const ORVSmrPtr<CSubscriber>
     }
 }
 
-void CIndicationManager::_removeTableRow(const ORVString& key, CSubscriberList& list,
-                                         const CSubscriber& subscriber) {
-    list.removeEntry(subscriber);
-    const CSubscriberID& id = *subscriber.identity();
-    if (list.lookup(id).IsNull()) {
-        _tablePlaces.remove(id, key);
+void CIndicationManager::_updatePlace(const ORVString& key, const CSubscriberList& list,
+                                      const CSubscriberID& id) {
+    if (list.hasRow(id)) {
+        _tablePlaces.add(id, key);  // Of another subscriber with the same identity.
     } else {
-        _tablePlaces.add(id, key);  // A row of another subscriber with the same identity.
+        _tablePlaces.remove(id, key, _subscriberTable);
     }
 }
 
 void CIndicationManager::_purgeSubscriberTable() {
     _subscriberTable.purge([this](const ORVString& key, const ORVSmrPtr<CSubscriberList>& list) {
-        for (const ORVSmrPtr<CSubscriberTableEntry>& entry : *list->getList()) {
-            if (const CSubscriberID* id = entry->identity()) {
-                _tablePlaces.remove(*id, key);
-            }
-        }
+        list->visitIdentities(
+            [&](const CSubscriberID& id) { _tablePlaces.remove(id, key, _subscriberTable); });
     });
 }
 

@@ -57,12 +57,15 @@ IndicationFilter makeAssociationFilter(IOrvoIndication::IndicationType type, con
     }
 }
 
-IndicationFilter makeClassFilter(IOrvoIndication::IndicationType type) {
+/// Filters that hold nothing of their own are shared by all subscriptions.
+IndicationFilter classFilter(IOrvoIndication::IndicationType type) {
+    static const IndicationFilter creation(new CCIMOMCreationIndicationFilter);
+    static const IndicationFilter destruction(new CCIMOMDestructionIndicationFilter);
     switch (type) {
         case IOrvoIndication::IndicationCreation:
-            return IndicationFilter(new CCIMOMCreationIndicationFilter);
+            return creation;
         case IOrvoIndication::IndicationDestruction:
-            return IndicationFilter(new CCIMOMDestructionIndicationFilter);
+            return destruction;
         default:
             return nullptr;
     }
@@ -151,7 +154,7 @@ bool CIndicationManager::_subscribeUnSubscribe(ORVSmrPtr<CSubscriber> subscriber
         const End two = findEnd(endTwo);
         filter = makeAssociationFilter(type, one, two);
     } else {
-        filter = makeClassFilter(type);
+        filter = classFilter(type);
     }
     if (!subscribe) {
         return node->unsubscribe(filter, subscriber, classValue);
@@ -170,10 +173,10 @@ bool CIndicationManager::subscribe(ORVSmrPtr<CSubscriberID> subscriberID,
     lock.enter();
     const ORVSmrPtr<CSubscriber> subscriber =
         _findOrAddSubscriber(subscriberID, localHostName, localPortNumber);
-    const ORVSmrPtr<CSubscriberTableEntry> entry = _findOrAddTableEntry(subscriber, instanceName, classWide);
     const ORVSmrPtr<IOrvoSubscriptionFilter> resultFilter(new COrvoSubscriptionFilter);
     unsigned int referenceCount = 0;
-    entry->subscribe(type, filter, resultFilter, &referenceCount);
+    _addToTable(subscriber, instanceName, classWide)
+        .subscribe(subscriber, classWide, type, filter, resultFilter, &referenceCount);
     lock.leave();
     if (!filter.IsNull()) {
         if (!resultFilter->isEmpty()) {
@@ -194,19 +197,20 @@ bool CIndicationManager::unsubscribe(ORVSmrPtr<CSubscriberID> subscriberID,
     lock.enter();
     _purgeSubscriberTable();
     const ORVString key = tableKey(instanceName, classWide);
-    ORVSmrPtr<CSubscriberList> list;
-    if (!_subscriberTable.find(key, list)) {
+    const ORVSmrPtr<CSubscriberList>* filed = _subscriberTable.find(key);
+    if (!filed) {
         return false;
     }
-    const ORVSmrPtr<CSubscriberTableEntry> entry = list->lookup(*subscriberID);
-    if (entry.IsNull()) {
-        return false;
-    }
+    CSubscriberList* const list = filed->Get();
     const ORVSmrPtr<IOrvoSubscriptionFilter> resultFilter(new COrvoSubscriptionFilter);
     unsigned int referenceCount = 1;
-    entry->unsubscribe(type, filter, resultFilter, &referenceCount);
-    if (!entry->willTriggerNotification()) {
-        _removeTableRow(key, *list, *entry->getSubscriber());
+    const CSubscriberList::Outcome outcome =
+        list->unsubscribe(*subscriberID, type, filter, resultFilter, &referenceCount);
+    if (outcome == CSubscriberList::Outcome::noRow) {
+        return false;
+    }
+    if (outcome == CSubscriberList::Outcome::rowRemoved) {
+        _updatePlace(key, *list, *subscriberID);
         if (list->isEmpty()) {
             _subscriberTable.remove(key);
         }
@@ -233,25 +237,20 @@ ORVSmrPtr<CSubscriber> CIndicationManager::_findOrAddSubscriber(const ORVSmrPtr<
     return subscriber;
 }
 
-ORVSmrPtr<CSubscriberTableEntry> CIndicationManager::_findOrAddTableEntry(
-    const ORVSmrPtr<CSubscriber>& subscriber, const ORVSmrPtr<IOrvoInstanceName>& instanceName,
-    bool classWide) {
+CSubscriberList& CIndicationManager::_addToTable(const ORVSmrPtr<CSubscriber>& subscriber,
+                                                 const ORVSmrPtr<IOrvoInstanceName>& instanceName,
+                                                 bool classWide) {
     const ORVString key = tableKey(instanceName, classWide);
     _purgeSubscriberTable();
-    ORVSmrPtr<CSubscriberList> list;
-    if (!_subscriberTable.find(key, list)) {
-        list = new CSubscriberList(instanceName);
-        _subscriberTable.insert(key, list);
+    const ORVSmrPtr<CSubscriberList>* list = _subscriberTable.find(key);
+    if (!list) {
+        _subscriberTable.insert(key, classWide ? ORVSmrPtr<CSubscriberList>::make(instanceName)
+                                               : CSubscriberList::ofInstance(instanceName, key));
+        list = _subscriberTable.find(key);
     }
-    const CSubscriberID& id = *subscriber->identity();
-    ORVSmrPtr<CSubscriberTableEntry> entry = list->lookup(id);
-    if (entry.IsNull()) {
-        entry = new CSubscriberTableEntry(subscriber, classWide);
-        // Before the row: a place too many does no harm.
-        _tablePlaces.add(id, key);
-        list->addEntry(entry);
-    }
-    return entry;
+    // Before the row: a place too many does no harm.
+    _tablePlaces.add(*subscriber->identity(), key);
+    return **list;
 }
 
 bool CIndicationManager::addSubscriber(ORVSmrPtr<CSubscriber> subscriber) {

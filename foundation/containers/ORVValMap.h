@@ -3,6 +3,7 @@
 #include "foundation/containers/KeyIndex.h"
 #include "foundation/utilities/ORVString.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -14,29 +15,34 @@
 template <class K, class V>
 class ORVValMapIterator;
 
-/// One pair of an ORVValMap, with its neighbours in its bucket's chain and in the index.
+/// One pair of an ORVValMap.
 template <class K, class V>
 struct ORVValMapItem {
     const K key;
     V value;
-    ORVValMapItem* previous = nullptr;
-    ORVValMapItem* next = nullptr;
-    ORVValMapItem* nextOfSameHash = nullptr;
-    ORVValMapItem* nextRetired = nullptr;
-    /// Grows with each insertion; the lowest bit says whether the pair is retired.
+    /// Of a pair in the map: an even number that grows with each insertion. Of a retired one: the address of
+    /// the pair that was retired before it, with the lowest bit set.
     std::atomic<std::uint64_t> age;
 
     ORVValMapItem(const K& itemKey, const V& itemValue, std::uint64_t itemAge)
         : key(itemKey), value(itemValue), age(itemAge) {}
 
     bool isRetired() const noexcept { return (age.load(std::memory_order_acquire) & 1) != 0; }
+
+    static std::uint64_t retiredAfter(const ORVValMapItem* former) noexcept {
+        return static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(former)) | 1;
+    }
+    ORVValMapItem* retiredBefore() const noexcept {
+        return reinterpret_cast<ORVValMapItem*>(
+            static_cast<std::uintptr_t>(age.load(std::memory_order_acquire) & ~std::uint64_t{1}));
+    }
 };
 
-/// A chained hash map with a fixed number of buckets; it owns copies of its keys and values.
+/// A hash map with a fixed number of buckets; it owns copies of its keys and values.
 ///
-/// Iteration follows the buckets in order and, within a bucket, the order of insertion. An index from key to
-/// chain element stands beside the buckets, so that finding, inserting and removing cost the same at 100 and
-/// at 1,000,000 pairs.
+/// Iteration follows the buckets in order and, within a bucket, the order of insertion. There may be millions
+/// of pairs and walks are rare: a pair keeps the number of its insertion, and a walk sorts. An index from key
+/// to pair makes finding, inserting and removing cost the same at 100 and at 1,000,000 pairs.
 ///
 /// Threads: not synchronised; the owner locks around it. While the owner's lock is held for reading, any
 /// number of threads may find, iterate and retire() at once; everything else needs the owner's exclusive
@@ -50,7 +56,8 @@ public:
     using Place = std::pair<std::size_t, std::uint64_t>;
 
     /// Requires: `hash` gives equal numbers for equal keys, `bucketCount` is above 0.
-    ORVValMap(HashFunction hash, unsigned int bucketCount) : _hash(hash) { _create(bucketCount); }
+    ORVValMap(HashFunction hash, unsigned int bucketCount)
+        : _hash(hash), _hashSize(bucketCount), _index(this, &_hashOfItem) {}
     ORVValMap(const ORVValMap&) = delete;
     ORVValMap& operator=(const ORVValMap&) = delete;
     ~ORVValMap() { clear(); }
@@ -73,25 +80,37 @@ public:
     }
 
     /// The place of `key` in the order of iteration. Requires: the pair is there.
-    Place placeOf(const K& key) const {
-        return {_bucketOf(key), _find(key)->age.load(std::memory_order_relaxed)};
+    Place placeOf(const K& key) const { return _placeOf(*_find(key)); }
+
+    /// The keys of the pairs that have the hash `indexHash`, in no order.
+    std::vector<K> keysWithHash(std::uint32_t indexHash) const {
+        std::vector<K> keys;
+        _visitHash(indexHash, [&keys](const Item& item) {
+            keys.push_back(item.key);
+            return false;
+        });
+        return keys;
     }
 
-    /// Adds a pair at the tail of its bucket's chain. A pair with an equal key is removed. Always answers
-    /// true; when copying throws, the map is as it was.
+    /// Whether there is a pair with another key of the same hash.
+    bool sharesHash(const K& key) const {
+        bool isShared = false;
+        _visitHash(_indexHashOf(key), [&](const Item& item) { return isShared = !(item.key == key); });
+        return isShared;
+    }
+
+    /// Adds a pair at the end of its bucket. A pair with an equal key is removed. Always answers true; when
+    /// copying throws, the map is as it was.
     bool insert(const K& key, const V& value) {
         // Copied first: key and value may belong to the pair that goes.
         auto item = std::make_unique<Item>(key, value, _nextAge);
         purge();
-        Chain& chain = _chainOf(item->key);
-        void*& head = _index.head(_indexHashOf(item->key));
+        Item* former = _find(item->key);
+        _index.insert(item.get());
+        item.release();
         // Nothing throws from here on.
         _nextAge += 2;
         _entries.fetch_add(1, std::memory_order_relaxed);
-        Item* former = _searchFrom(head, item->key);
-        item->nextOfSameHash = static_cast<Item*>(head);
-        head = item.get();
-        _append(chain, item.release());
         if (former) {
             _entries.fetch_sub(1, std::memory_order_relaxed);
             _erase(former);
@@ -117,24 +136,32 @@ public:
     /// longer know it. The pair itself is destroyed by the next insert, remove, purge or clear.
     bool retire(const K& key) {
         Item* item = _find(key);
-        if (!item || (item->age.fetch_or(1, std::memory_order_acq_rel) & 1) != 0) {
+        if (!item) {
             return false;
         }
-        item->nextRetired = _retired.load(std::memory_order_relaxed);
-        while (!_retired.compare_exchange_weak(item->nextRetired, item, std::memory_order_release,
-                                               std::memory_order_relaxed)) {
-        }
+        std::uint64_t age = item->age.load(std::memory_order_acquire);
+        do {
+            if ((age & 1) != 0) {
+                return false;
+            }
+        } while (!item->age.compare_exchange_weak(age, Item::retiredAfter(nullptr), std::memory_order_acq_rel,
+                                                  std::memory_order_acquire));
+        Item* former = _retired.load(std::memory_order_relaxed);
+        do {
+            item->age.store(Item::retiredAfter(former), std::memory_order_release);
+        } while (!_retired.compare_exchange_weak(former, item, std::memory_order_release,
+                                                 std::memory_order_relaxed));
         _entries.fetch_sub(1, std::memory_order_relaxed);
         return true;
     }
 
     /// Destroys the pairs that were retired; `visit`, given the key and the value, sees each of them before.
-    /// Requires: the owner's exclusive lock; `visit` does not use the map.
+    /// Requires: the owner's exclusive lock; `visit` does not change the map.
     template <class Visitor>
     void purge(Visitor visit) {
         Item* item = _retired.exchange(nullptr, std::memory_order_acquire);
         while (item) {
-            Item* next = item->nextRetired;
+            Item* next = item->retiredBefore();
             visit(item->key, item->value);
             _erase(item);
             item = next;
@@ -146,13 +173,7 @@ public:
     }
 
     void clear() noexcept {
-        for (Chain& chain : _buckets) {
-            Item* item = std::exchange(chain.head, nullptr);
-            chain.tail = nullptr;
-            while (item) {
-                delete std::exchange(item, item->next);
-            }
-        }
+        _index.visit([](void*, void* item) { delete static_cast<Item*>(item); }, nullptr);
         _index.clear();
         _retired.store(nullptr, std::memory_order_relaxed);
         _entries.store(0, std::memory_order_relaxed);
@@ -165,11 +186,6 @@ private:
     using Item = ORVValMapItem<K, V>;
     friend class ORVValMapIterator<K, V>;
 
-    struct Chain {
-        Item* head = nullptr;
-        Item* tail = nullptr;
-    };
-
     /// Tells texts apart that the owner's hash takes for one because it ignores letter case.
     std::uint32_t _indexHashOf(const K& key) const {
         if constexpr (std::is_same_v<K, ORVString>) {
@@ -179,65 +195,59 @@ private:
         }
     }
 
-    void _create(unsigned int bucketCount) {
-        _hashSize = bucketCount;
-        _buckets.resize(bucketCount);
+    static std::uint32_t _hashOfItem(const void* map, const void* item) {
+        return static_cast<const ORVValMap*>(map)->_indexHashOf(static_cast<const Item*>(item)->key);
     }
 
-    std::size_t _bucketOf(const K& key) const { return _hash(key) % _hashSize; }
-    Chain& _chainOf(const K& key) { return _buckets[_bucketOf(key)]; }
+    Place _placeOf(const Item& item) const {
+        return {_hash(item.key) % _hashSize, item.age.load(std::memory_order_relaxed)};
+    }
 
-    static Item* _searchFrom(void* head, const K& key) {
-        for (auto* item = static_cast<Item*>(head); item; item = item->nextOfSameHash) {
-            if (item->key == key) {
-                return item;
-            }
-        }
-        return nullptr;
+    static bool _hasKey(void* key, void* item) {
+        return static_cast<const Item*>(item)->key == *static_cast<const K*>(key);
     }
 
     Item* _find(const K& key) const {
-        Item* item = _searchFrom(_index.find(_indexHashOf(key)), key);
+        auto* item = static_cast<Item*>(
+            _index.find(_indexHashOf(key), &_hasKey, const_cast<void*>(static_cast<const void*>(&key))));
         return item && !item->isRetired() ? item : nullptr;
     }
 
-    static void _append(Chain& chain, Item* item) noexcept {
-        item->previous = chain.tail;
-        (chain.tail ? chain.tail->next : chain.head) = item;
-        chain.tail = item;
+    /// Hands the pairs with this hash to `visit` until it answers true.
+    template <class Visitor>
+    void _visitHash(std::uint32_t hash, Visitor visit) const {
+        struct Search {
+            const ORVValMap& map;
+            std::uint32_t hash;
+            Visitor& visit;
+        } search{*this, hash, visit};
+        _index.find(
+            hash,
+            [](void* wanted, void* entry) {
+                auto& sought = *static_cast<Search*>(wanted);
+                const Item& item = *static_cast<const Item*>(entry);
+                return !item.isRetired() && sought.map._indexHashOf(item.key) == sought.hash &&
+                       sought.visit(item);
+            },
+            &search);
     }
 
     void _erase(Item* item) noexcept {
-        const std::uint32_t hash = _indexHashOf(item->key);
-        void*& head = _index.head(hash);
-        if (head != item) {
-            auto* before = static_cast<Item*>(head);
-            while (before->nextOfSameHash != item) {
-                before = before->nextOfSameHash;
-            }
-            before->nextOfSameHash = item->nextOfSameHash;
-        } else if (item->nextOfSameHash) {
-            head = item->nextOfSameHash;
-        } else {
-            _index.erase(hash);
-        }
-        Chain& chain = _chainOf(item->key);
-        (item->previous ? item->previous->next : chain.head) = item->next;
-        (item->next ? item->next->previous : chain.tail) = item->previous;
+        _index.erase(item);
         delete item;
     }
 
-    HashFunction _hash;
+    const HashFunction _hash;
+    const unsigned int _hashSize;
     std::atomic<unsigned int> _entries{0};
-    unsigned int _hashSize = 0;
-    std::vector<Chain> _buckets;
     velm::KeyIndex _index;
     std::atomic<Item*> _retired{nullptr};
     std::uint64_t _nextAge = 0;
 };
 
 /// Walks a map bucket by bucket: `for (ORVValMapIterator<K, V> it(map); ++it;) use(it.key(), it.value());`
-/// Threads: as the map. Pairs may be retired, but not removed or inserted, while it walks.
+/// Threads: as the map. Pairs may be retired, but not removed or inserted, while it walks. Failure:
+/// std::bad_alloc, and what the hash function throws, from the first step.
 template <class K, class V>
 class ORVValMapIterator {
 public:
@@ -245,13 +255,12 @@ public:
 
     /// Steps to the next pair; false when there is none, and from then on.
     bool operator++() {
-        while (!_atEnd) {
-            if (!_item) {
-                _atEnd = !_enterNextBucket();
-            } else {
-                _item = _item->next;
-            }
-            if (_item && !_item->isRetired()) {
+        if (!_isStarted) {
+            _start();
+        }
+        while (_next < _pairs.size()) {
+            _item = _pairs[_next++].second;
+            if (!_item->isRetired()) {
                 return true;
             }
         }
@@ -265,24 +274,32 @@ public:
     V& value() const noexcept { return _item->value; }
 
     void reset() noexcept {
-        _item = nullptr;
-        _bucket = 0;
-        _atEnd = false;
+        _pairs.clear();
+        _next = 0;
+        _isStarted = false;
     }
 
 private:
-    bool _enterNextBucket() noexcept {
-        while (_bucket < _map->_buckets.size()) {
-            _item = _map->_buckets[_bucket++].head;
-            if (_item) {
-                return true;
-            }
-        }
-        return false;
+    using Map = ORVValMap<K, V>;
+    using Item = ORVValMapItem<K, V>;
+
+    void _start() {
+        _pairs.reserve(_map->entries());
+        _map->_index.visit(
+            [](void* walk, void* entry) {
+                auto& self = *static_cast<ORVValMapIterator*>(walk);
+                auto* item = static_cast<Item*>(entry);
+                // A pair that is retired at this moment has no place, and is skipped later.
+                self._pairs.emplace_back(self._map->_placeOf(*item), item);
+            },
+            this);
+        std::sort(_pairs.begin(), _pairs.end());
+        _isStarted = true;
     }
 
-    const ORVValMap<K, V>* _map;
-    ORVValMapItem<K, V>* _item = nullptr;
-    std::size_t _bucket = 0;
-    bool _atEnd = false;
+    const Map* _map;
+    std::vector<std::pair<typename Map::Place, Item*>> _pairs;
+    std::size_t _next = 0;
+    Item* _item = nullptr;
+    bool _isStarted = false;
 };

@@ -24,11 +24,18 @@ struct SmartPointerCounts {
     /// The records, of whatever handle type, that refer to the object. That of the object's first record
     /// counts, the others stay unused.
     ORVAtomicInt objectCount{1};
-    /// The object's first record. Its memory lives as long as any of them.
-    SmartPointerCounts* first;
 
-    explicit SmartPointerCounts(SmartPointerCounts* firstRecord) noexcept
-        : first(firstRecord ? firstRecord : this) {}
+    /// `firstRecord` is null for the first record itself. `holdsObject`: the object stands in its block.
+    SmartPointerCounts(SmartPointerCounts* firstRecord, bool holdsObject) noexcept
+        : _first(firstRecord || holdsObject ? firstRecord : this) {}
+
+    /// The object's first record. Its memory lives as long as any of them.
+    SmartPointerCounts* first() noexcept { return _first ? _first : this; }
+    /// Of a first record: whether its memory is the object's too.
+    bool holdsObject() const noexcept { return !_first; }
+
+private:
+    SmartPointerCounts* _first;
 };
 
 /// The shared record behind the handles to one object: one block of memory, which needs no destruction, so
@@ -37,13 +44,26 @@ template <class T>
 struct SmartPointerPointee : SmartPointerCounts {
     std::atomic<T*> object;
 
-    SmartPointerPointee(SmartPointerCounts* firstRecord, T* pointee) noexcept
-        : SmartPointerCounts(firstRecord), object(pointee) {}
+    SmartPointerPointee(SmartPointerCounts* firstRecord, T* pointee, bool holdsObject = false) noexcept
+        : SmartPointerCounts(firstRecord, holdsObject), object(pointee) {}
 
     /// A record for a new object, or one more for the object of `firstRecord`.
     static SmartPointerPointee* make(SmartPointerCounts* firstRecord, T* pointee) {
         static_assert(std::is_trivially_destructible_v<SmartPointerPointee>);
         return new (::operator new(sizeof(SmartPointerPointee))) SmartPointerPointee(firstRecord, pointee);
+    }
+
+    /// A record and its object, made from `arguments`, in one block.
+    template <class... Arguments>
+    static SmartPointerPointee* makeWithObject(Arguments&&... arguments) {
+        static_assert(alignof(T) <= alignof(SmartPointerPointee));
+        struct Free {
+            void operator()(void* block) const noexcept { ::operator delete(block); }
+        };
+        std::unique_ptr<void, Free> block(::operator new(sizeof(SmartPointerPointee) + sizeof(T)));
+        T* object = new (static_cast<std::byte*>(block.get()) + sizeof(SmartPointerPointee))
+            T(std::forward<Arguments>(arguments)...);
+        return new (block.release()) SmartPointerPointee(nullptr, object, true);
     }
 };
 
@@ -72,6 +92,13 @@ public:
     /// A null handle without a record, as a handle is that was moved from: it costs nothing, and Set() does
     /// nothing to it.
     static ORVSmrPtr none() noexcept { return ORVSmrPtr(static_cast<Pointee*>(nullptr), Record{}); }
+
+    /// A handle to a new object made from `arguments`, which shares one block of memory with its record: for
+    /// objects of which there are many. Requires: nobody calls Set() on the handle.
+    template <class... Arguments>
+    static ORVSmrPtr make(Arguments&&... arguments) {
+        return ORVSmrPtr(Pointee::makeWithObject(std::forward<Arguments>(arguments)...), Record{});
+    }
 
     ORVSmrPtr(const ORVSmrPtr& other) noexcept : _pointee(other._pointee) { _retain(); }
 
@@ -154,12 +181,18 @@ private:
         if (!record || record->ownCount.atomicDec() != 0) {
             return;
         }
-        SmartPointerCounts* first = record->first;
+        SmartPointerCounts* first = record->first();
         T* object = record->object.load(std::memory_order_acquire);
         if (record != first) {
             ::operator delete(record);
         }
-        if (first->objectCount.atomicDec() == 0) {
+        if (first->objectCount.atomicDec() != 0) {
+            return;
+        }
+        if (first->holdsObject()) {
+            object->~T();
+            ::operator delete(first);
+        } else {
             ::operator delete(first);
             delete object;
         }
@@ -188,7 +221,7 @@ void ForceCopySmrPtr(ORVSmrPtr<To>& target, const ORVSmrPtr<From>& source) {
     if (!object) {
         return;
     }
-    SmartPointerCounts* first = source._pointee->first;
+    SmartPointerCounts* first = source._pointee->first();
     auto* record = SmartPointerPointee<To>::make(first, object);
     first->objectCount.atomicInc();
     target._Release();

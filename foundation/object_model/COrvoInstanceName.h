@@ -28,6 +28,18 @@ public:
     /// sint64 or uint64 or real64. Throws ORVTypeException that names the text and what is wrong with it.
     static ORVSmrPtr<IOrvoInstanceName> parse(const ORVString& text);
 
+    /// Whether the text of `name` tells all of it: a COrvoInstanceName of a class, whose keys are strings.
+    /// Tables that hold many names keep the text of such a name only.
+    static bool isToldByText(const IOrvoInstanceName& name);
+
+    /// A name equal to the one that gave this text. Requires: it is told by its text, and `text` is what its
+    /// toString() answered.
+    static ORVSmrPtr<IOrvoInstanceName> ofText(const ORVString& text);
+
+    /// The same from parts, of which `keyProperties` is in canonical form.
+    static ORVSmrPtr<IOrvoInstanceName> ofParts(const ORVString& nameSpace, const ORVString& className,
+                                                const ORVString& keyProperties);
+
     ORVString getNameSpace() const override;
     ORVString getClassName() const override;
     ORVString getKeyProperties() const override;
@@ -38,6 +50,8 @@ public:
     const ORVString& text() const noexcept { return _text; }
 
 private:
+    COrvoInstanceName(const ORVString& nameSpace, const ORVString& className);
+
     void _setText(const std::string& text, std::size_t keysStart);
 
     ORVString _nameSpace;

@@ -3,9 +3,12 @@
 #include "foundation/Export.h"
 #include "foundation/utilities/ORVString.h"
 
+#include <array>
 #include <cstdint>
 
 /// Who a subscriber is: where it listens, and its session. Immutable; any thread may read it.
+///
+/// Identities are compared on every look-up of a subscriber: what is compared stands in the object itself.
 class VELM_EXPORT CSubscriberID {
 public:
     /// `hostName` is a name or an address, IPv6 without brackets; `portNumber` is decimal text.
@@ -24,13 +27,19 @@ public:
         return !(left == right);
     }
 
-    friend VELM_EXPORT std::uint32_t hashKeySubscriberID(const CSubscriberID& id) noexcept;
+    friend std::uint32_t hashKeySubscriberID(const CSubscriberID& id) noexcept;
 
 private:
+    std::uint32_t _hash;
+    std::uint32_t _sessionID;
+    /// Host in lower case and port, one after the other, with their lengths; the first is 0xFF when they are
+    /// too long.
+    std::array<char, 40> _folded{};
     ORVString _hostName;
     ORVString _portNumber;
-    std::uint32_t _sessionID;
 };
 
-/// A hash that goes with operator==: the letter case of the host is ignored. Allocates nothing.
-VELM_EXPORT std::uint32_t hashKeySubscriberID(const CSubscriberID& id) noexcept;
+/// A hash that goes with operator==: the letter case of the host is ignored.
+inline std::uint32_t hashKeySubscriberID(const CSubscriberID& id) noexcept {
+    return id._hash;
+}

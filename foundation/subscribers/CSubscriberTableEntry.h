@@ -15,11 +15,16 @@ class VELM_EXPORT CSubscriberTableEntry {
 public:
     /// `isClassBased`: the row is for all instances of a class.
     CSubscriberTableEntry(ORVSmrPtr<CSubscriber> subscriber, bool isClassBased);
+    /// With `unfiltered` subscriptions of `type`.
+    CSubscriberTableEntry(ORVSmrPtr<CSubscriber> subscriber, bool isClassBased,
+                          IOrvoIndication::IndicationType type, unsigned int unfiltered);
     CSubscriberTableEntry(const CSubscriberTableEntry&) = delete;
     CSubscriberTableEntry& operator=(const CSubscriberTableEntry&) = delete;
     virtual ~CSubscriberTableEntry();
 
     ORVSmrPtr<CSubscriber> getSubscriber() const { return _subscriber; }
+    /// The subscriber itself, for those who need no handle of their own.
+    CSubscriber& subscriber() const { return *_subscriber; }
     /// The subscriber's identity in place; null when it has none.
     const CSubscriberID* identity() const { return _subscriber->identity(); }
     bool isClassBased() const { return _isClassBased; }

@@ -2,13 +2,11 @@
 
 #include "foundation/containers/ORVValSlist.h"
 #include "foundation/handles/ORVSmrPtr.h"
-#include "foundation/subscribers/CSubscriberID.h"
+#include "foundation/subscribers/IdentityIndex.h"
 
-#include <algorithm>
-#include <cstdint>
+#include <bit>
+#include <cstddef>
 #include <memory>
-#include <unordered_map>
-#include <vector>
 
 /// Finds the elements of a long list by the identity of their subscriber; it stands beside the list, whose
 /// order and first-match rule it keeps.
@@ -56,27 +54,25 @@ public:
     /// when there is none. Requires: isUsable().
     template <class Predicate>
     Position findIf(const CSubscriberID& id, Predicate accepts) const {
-        const auto bucket = _table->positions.find(hashKeySubscriberID(id));
-        if (bucket != _table->positions.end()) {
-            for (const Position& position : bucket->second) {
-                if (*(*position)->identity() == id && accepts(**position)) {
-                    return position;
-                }
-            }
-        }
-        return {};
+        return _positionAt(_table->places.find(
+            id,
+            [](const void* predicate, void* place) {
+                return (*static_cast<const Predicate*>(predicate))(**_positionAt(place));
+            },
+            &accepts));
     }
 
-    Position find(const CSubscriberID& id) const {
-        return findIf(id, [](const Element&) { return true; });
-    }
+    Position find(const CSubscriberID& id) const { return _positionAt(_table->places.find(id)); }
 
 private:
     struct Table {
-        /// By hash of the identity, each in list order.
-        std::unordered_map<std::uint32_t, std::vector<Position>> positions;
+        velm::IdentityIndex places;
         std::size_t strangers = 0;
     };
+
+    // A position is what the index takes for a place.
+    static void* _placeOf(Position position) noexcept { return std::bit_cast<void*>(position); }
+    static Position _positionAt(void* place) noexcept { return std::bit_cast<Position>(place); }
 
     static const CSubscriberID* _identityAt(Position position) {
         return position->IsNull() ? nullptr : (*position)->identity();
@@ -96,7 +92,7 @@ private:
 
     void _add(Position position) {
         if (const CSubscriberID* id = _identityAt(position)) {
-            _table->positions[hashKeySubscriberID(*id)].push_back(position);
+            _table->places.add(*id, _placeOf(position));
         } else {
             ++_table->strangers;
         }
@@ -108,11 +104,7 @@ private:
             --_table->strangers;
             return;
         }
-        const auto bucket = _table->positions.find(hashKeySubscriberID(*id));
-        std::erase(bucket->second, position);
-        if (bucket->second.empty()) {
-            _table->positions.erase(bucket);
-        }
+        _table->places.remove(*id, _placeOf(position));
     }
 
     std::unique_ptr<Table> _table;

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <typeinfo>
@@ -80,6 +81,10 @@ OrderedKeys ordered(const KeyBindings& keys) {
 /// Whether a value made from the text alone would be the same.
 bool isPlainString(const IOrvoValue& value) {
     return typeid(value) == typeid(COrvoValue) && value.getType() == COrvoType::string;
+}
+
+bool arePlainStrings(const KeyBindings& keys) {
+    return std::all_of(keys.begin(), keys.end(), [](const auto& key) { return isPlainString(*key.value); });
 }
 
 bool arePlainStrings(const OrderedKeys& keys) {
@@ -268,6 +273,10 @@ COrvoInstanceName::COrvoInstanceName(const ORVString& nameSpace, const ORVString
     _setText(text, keysStart);
 }
 
+COrvoInstanceName::COrvoInstanceName(const ORVString& nameSpace, const ORVString& className)
+    : _nameSpace(nameSpace), _className(className) {
+}
+
 void COrvoInstanceName::_setText(const std::string& text, std::size_t keysStart) {
     refuseSeparators(_nameSpace, "namespace", ":=\"");
     refuseSeparators(_className, "class name", ".:=,\"");
@@ -278,6 +287,39 @@ COrvoInstanceName::~COrvoInstanceName() = default;
 
 ORVSmrPtr<IOrvoInstanceName> COrvoInstanceName::parse(const ORVString& text) {
     return Parser(text.view()).parse();
+}
+
+bool COrvoInstanceName::isToldByText(const IOrvoInstanceName& name) {
+    if (typeid(name) != typeid(COrvoInstanceName)) {
+        return false;
+    }
+    const auto& known = static_cast<const COrvoInstanceName&>(name);
+    const auto* keys = known._keys.find();
+    return known._className.length() > 0 && (!keys || arePlainStrings(**keys));
+}
+
+ORVSmrPtr<IOrvoInstanceName> COrvoInstanceName::ofText(const ORVString& text) {
+    std::string_view rest = text.view();
+    ORVString nameSpace = ORVString::emptyString();
+    if (const auto stop = rest.find_first_of(":=\""); stop != std::string_view::npos && rest[stop] == ':') {
+        nameSpace = rest.substr(0, stop);
+        rest.remove_prefix(stop + 1);
+    }
+    std::unique_ptr<COrvoInstanceName> name(new COrvoInstanceName(nameSpace, rest.substr(0, rest.find('.'))));
+    name->_text = text;
+    return ORVSmrPtr<IOrvoInstanceName>(name.release());
+}
+
+ORVSmrPtr<IOrvoInstanceName> COrvoInstanceName::ofParts(const ORVString& nameSpace,
+                                                        const ORVString& className,
+                                                        const ORVString& keyProperties) {
+    std::unique_ptr<COrvoInstanceName> name(new COrvoInstanceName(nameSpace, className));
+    std::string text = textBeforeKeys(nameSpace, className, keyProperties.length());
+    text += keyProperties.length() == 0 ? "" : ".";
+    const std::size_t keysStart = text.size();
+    text += keyProperties.view();
+    name->_setText(text, keysStart);
+    return ORVSmrPtr<IOrvoInstanceName>(name.release());
 }
 
 ORVString COrvoInstanceName::getNameSpace() const {

@@ -9,6 +9,11 @@ CSubscriberTableEntry::CSubscriberTableEntry(ORVSmrPtr<CSubscriber> subscriber, 
     : _subscriber(std::move(subscriber)), _isClassBased(isClassBased) {
 }
 
+CSubscriberTableEntry::CSubscriberTableEntry(ORVSmrPtr<CSubscriber> subscriber, bool isClassBased,
+                                             IOrvoIndication::IndicationType type, unsigned int unfiltered)
+    : _subscriber(std::move(subscriber)), _unfiltered(unfiltered), _type(type), _isClassBased(isClassBased) {
+}
+
 CSubscriberTableEntry::~CSubscriberTableEntry() = default;
 
 ORVSmrPtr<FilterProcessor> CSubscriberTableEntry::getIndicationFilterProcessor() const {

@@ -62,7 +62,7 @@ TEST_F(SubscriptionTable, KeepsAListForEachInstance_UnderClassAndKeys) {
     EXPECT_TRUE(holdsInstance("CIM_DataFile:Id=\"a\""));
     EXPECT_TRUE(holdsInstance("CIM_File:Id=\"b\""));
     const auto* list = table.getInstanceMapList()->find("CIM_File:Id=\"a\"");
-    EXPECT_EQ((*list)->getInstanceName(), file);
+    EXPECT_EQ((*list)->getInstanceName()->toString(), file->toString());
 }
 
 TEST_F(SubscriptionTable, TellsInstancesApartByLetterCase) {
@@ -197,8 +197,9 @@ TEST_F(SubscriptionTable, RemovesASubscriberFromAllListsAndReportsWhatItEmptied)
     EXPECT_EQ(classMaps(), 0U);
     ASSERT_EQ(deleted->entries(), 3U);
     EXPECT_TRUE(deleted->at(0)->getInstanceName().IsNull());
-    EXPECT_THAT((std::vector{deleted->at(1)->getInstanceName(), deleted->at(2)->getInstanceName()}),
-                testing::UnorderedElementsAre(file, second));
+    EXPECT_THAT((std::vector{deleted->at(1)->getInstanceName()->toString(),
+                             deleted->at(2)->getInstanceName()->toString()}),
+                testing::UnorderedElementsAre(file->toString(), second->toString()));
 }
 
 }  // namespace

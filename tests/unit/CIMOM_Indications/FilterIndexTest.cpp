@@ -9,6 +9,7 @@
 #include "tests/support/ModelBuilders.h"
 #include "tests/support/SubscriberBuilders.h"
 #include "tests/unit/CIMOM_Indications/RegistryFixtures.h"
+#include "tests/unit/CIMOM_Indications/WalkedFilterList.h"
 
 #include <algorithm>
 #include <map>
@@ -22,96 +23,10 @@
 namespace {
 
 using namespace velm::test;
-using Filter = ORVSmrPtr<CCIMOMIndicationFilter>;
-using Subscriber = ORVSmrPtr<CSubscriber>;
-using Indication = ORVSmrPtr<IOrvoIndication>;
-using Deliveries = std::map<const CSubscriber*, std::vector<IOrvoIndication::IndicationType>>;
-
-/// A filter list that walks: what a long list with an index must not differ from.
-class WalkedList {
-public:
-    struct Map {
-        Filter filter;
-        std::vector<std::pair<Subscriber, unsigned int>> subscribers;
-    };
-
-    void subscribe(const Filter& filter, const Subscriber& subscriber) {
-        bool found = false;
-        for (Map& map : maps) {
-            if (*map.filter == filter) {
-                found = true;
-                const auto record = _recordOf(map, subscriber);
-                if (record == map.subscribers.end()) {
-                    map.subscribers.emplace_back(subscriber, 1);
-                } else {
-                    ++record->second;
-                }
-            }
-        }
-        if (!found) {
-            maps.push_back({filter, {{subscriber, 1}}});
-        }
-    }
-
-    bool unsubscribe(const Filter& filter, const Subscriber& subscriber) {
-        const auto map =
-            std::find_if(maps.begin(), maps.end(), [&](const Map& held) { return *held.filter == filter; });
-        if (map == maps.end()) {
-            return false;
-        }
-        const auto record = _recordOf(*map, subscriber);
-        if (record == map->subscribers.end()) {
-            return false;
-        }
-        if (--record->second == 0) {
-            map->subscribers.erase(record);
-        }
-        if (map->subscribers.empty()) {
-            maps.erase(map);
-        }
-        return true;
-    }
-
-    /// Answers the filters of the maps that are empty then.
-    std::vector<const CCIMOMIndicationFilter*> removeSubscriber(const CSubscriberID& id) {
-        std::vector<const CCIMOMIndicationFilter*> emptied;
-        for (Map& map : maps) {
-            const auto record =
-                std::find_if(map.subscribers.begin(), map.subscribers.end(),
-                             [&](const auto& held) { return *held.first->getSubscriberID() == id; });
-            if (record != map.subscribers.end()) {
-                map.subscribers.erase(record);
-            }
-            if (map.subscribers.empty()) {
-                emptied.push_back(map.filter.Get());
-            }
-        }
-        std::erase_if(maps, [](const Map& map) { return map.subscribers.empty(); });
-        return emptied;
-    }
-
-    Deliveries notify(const Indication& indication) {
-        Deliveries deliveries;
-        for (Map& map : maps) {
-            if (map.filter->match(indication)) {
-                for (const auto& [subscriber, count] : map.subscribers) {
-                    deliveries[subscriber.Get()].push_back(
-                        static_cast<IOrvoIndication::IndicationType>(map.filter->getFilterType()));
-                }
-            }
-        }
-        return deliveries;
-    }
-
-    std::vector<Map> maps;
-
-private:
-    static std::vector<std::pair<Subscriber, unsigned int>>::iterator _recordOf(
-        Map& map, const Subscriber& subscriber) {
-        return std::find_if(map.subscribers.begin(), map.subscribers.end(),
-                            [&](const auto& held) { return held.first == subscriber; });
-    }
-};
+using Filter = WalkedFilterList::Filter;
+using Subscriber = WalkedFilterList::Subscriber;
+using Indication = WalkedFilterList::Indication;
+using Deliveries = WalkedFilterList::Deliveries;
 
 class LongFilterList : public testing::Test {
 protected:
@@ -228,7 +143,7 @@ protected:
         ASSERT_EQ(list.getFilterSubscriberMapList()->entries(), walked.maps.size());
         std::size_t index = 0;
         for (const auto& map : *list.getFilterSubscriberMapList()) {
-            const WalkedList::Map& expected = walked.maps[index++];
+            const WalkedFilterList::Map& expected = walked.maps[index++];
             ASSERT_EQ(map->getIndicationFilter(), expected.filter);
             std::vector<std::pair<const CSubscriber*, unsigned int>> records;
             for (const auto& record : *map->getSubscriberList()) {
@@ -247,7 +162,7 @@ protected:
     std::mt19937 random{20261121};
     std::vector<Subscriber> subscribers;
     CCIMOMIndicationFilterList list;
-    WalkedList walked;
+    WalkedFilterList walked;
 };
 
 }  // namespace

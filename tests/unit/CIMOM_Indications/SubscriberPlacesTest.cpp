@@ -6,6 +6,7 @@
 #include <random>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -78,6 +79,31 @@ TEST(SubscriberPlaces, LeavesOutListsThatAreGone) {
     EXPECT_THAT(textsOf(places.take(*makeSubscriberID(), table)), ElementsAre("here"));
 }
 
+TEST(SubscriberPlaces, MissesNoList_WhenAnotherOfTheSameHashIsLeft) {
+    std::unordered_map<std::uint32_t, ORVString> keys;
+    ORVString one;
+    ORVString other;
+    for (unsigned int number = 0; other.isNull(); ++number) {
+        one = keyOf(number);
+        if (const auto [known, isNew] = keys.emplace(hashKeyORVString(one), one); !isNew) {
+            other = known->second;
+        }
+    }
+    Table table(&hashKeyORVString, 3);
+    table.insert(one, 0);
+    table.insert(other, 0);
+    velm::SubscriberPlaces places;
+    places.add(*makeSubscriberID(), one);
+    places.add(*makeSubscriberID(), other);
+    places.remove(*makeSubscriberID(), one, table);
+    EXPECT_THAT(textsOf(places.take(*makeSubscriberID(), table)), testing::Contains(other.data()));
+
+    places.add(*makeSubscriberID(), other);
+    table.remove(one);
+    places.remove(*makeSubscriberID(), other, table);
+    EXPECT_THAT(places.take(*makeSubscriberID(), table), IsEmpty());
+}
+
 TEST(SubscriberPlaces, AgreesWithAWalk_OverAHundredThousandRandomOperations) {
     std::mt19937 random(20261121);
     const auto below = [&random](std::uint32_t limit) {
@@ -98,7 +124,7 @@ TEST(SubscriberPlaces, AgreesWithAWalk_OverAHundredThousandRandomOperations) {
                 model[session].insert(key.data());
                 break;
             case 2:
-                places.remove(*id, key);
+                places.remove(*id, key, table);
                 model[session].erase(key.data());
                 break;
             case 3:

@@ -296,6 +296,36 @@ TEST_F(SmrPtr, AdjustsThePointer_WhenForceCopiedAcrossBases) {
     EXPECT_EQ(destroyed, 2);
 }
 
+TEST_F(SmrPtr, DeletesTheObjectOnce_WhenItSharesABlockWithItsRecord) {
+    auto made = ORVSmrPtr<Derived>::make();
+    EXPECT_EQ(made->number, 0);
+    {
+        const ORVSmrPtr<Derived> copy(made);
+        made = nullptr;
+        EXPECT_EQ(copy->number, 0);
+        EXPECT_EQ(destroyed, 0);
+    }
+    EXPECT_EQ(destroyed, 1);
+}
+
+TEST_F(SmrPtr, DeletesAnObjectInTheBlockOfItsRecord_WhenTheLastHandleIsOfAnotherType) {
+    auto source = ORVSmrPtr<Both>::make();
+    ORVSmrPtr<Base> target;
+    ForceCopySmrPtr(target, source);
+    source = nullptr;
+    EXPECT_EQ(destroyed, 0);
+    EXPECT_EQ(target->number, 0);
+    target = nullptr;
+    EXPECT_EQ(destroyed, 2);
+}
+
+TEST_F(SmrPtr, LeavesNothingBehind_WhenMakingTheObjectThrows) {
+    struct Refusing {
+        explicit Refusing(int number) { throw number; }
+    };
+    EXPECT_THROW(ORVSmrPtr<Refusing>::make(7), int);
+}
+
 TEST_F(SmrPtr, ReleasesTheFormerObject_WhenForceCopySucceeds) {
     ORVSmrPtr<Derived> target(new Derived);
     const ORVSmrPtr<Base> source(new Derived);

@@ -47,6 +47,67 @@ TEST(InstanceName, KnowsItsParts) {
     EXPECT_EQ(str(name.getKeyBindings()->at(0).value->getString()), "/etc/passwd");
 }
 
+struct ToldCase {
+    const char* what;
+    ORVSmrPtr<IOrvoInstanceName> name;
+    bool isTold;
+};
+
+ORVSmrPtr<IOrvoInstanceName> name(const char* nameSpace, const char* className,
+                                  const std::vector<Key>& pairs) {
+    return ORVSmrPtr<IOrvoInstanceName>(new COrvoInstanceName(nameSpace, className, keys(pairs)));
+}
+
+std::vector<ToldCase> toldCases() {
+    const auto odd = value("a \"b\" \\ .:=,");
+    return {{"one key", instanceName("root/cimv2:A.k=\"v\""), true},
+            {"several keys", name("root/cimv2", "A", {{"b", value("2")}, {"a", value("1")}}), true},
+            {"separators in a value", name("root/cimv2", "A", {{"b", odd}, {"a", odd}}), true},
+            {"separators in the namespace", name("root/a.b,c", "A", {{"k", value("v")}}), true},
+            {"no namespace", name("", "A", {{"k", odd}}), true},
+            {"no keys", name("root/cimv2", "A", {}), true},
+            {"a class alone", name("", "A", {}), true},
+            {"an empty value", name("root/cimv2", "A", {{"k", value("")}}), true},
+            {"no class", name("root/cimv2", "", {{"k", value("v")}}), false},
+            {"a number", name("root/cimv2", "A", {{"k", value(2U, COrvoType::uint8)}}), false},
+            {"a boolean among strings", name("", "A", {{"k", value(true)}, {"l", value("v")}}), false}};
+}
+
+void expectEqual(const IOrvoInstanceName& one, const IOrvoInstanceName& other) {
+    EXPECT_EQ(one.toString(), other.toString());
+    EXPECT_EQ(one.getNameSpace(), other.getNameSpace());
+    EXPECT_EQ(one.getClassName(), other.getClassName());
+    EXPECT_EQ(one.getKeyProperties(), other.getKeyProperties());
+    const auto left = one.getKeyBindings();
+    const auto right = other.getKeyBindings();
+    ASSERT_EQ(left->entries(), right->entries());
+    for (unsigned int key = 0; key < left->entries(); ++key) {
+        EXPECT_EQ(left->at(key).name, right->at(key).name);
+        EXPECT_EQ(left->at(key).value->toString(), right->at(key).value->toString());
+        EXPECT_EQ(left->at(key).value->getType(), right->at(key).value->getType());
+    }
+}
+
+TEST(InstanceName, IsToldByItsText_WhenItHasAClassAndItsKeysAreStrings) {
+    for (const ToldCase& told : toldCases()) {
+        EXPECT_EQ(COrvoInstanceName::isToldByText(*told.name), told.isTold) << told.what;
+        told.name->getKeyBindings();
+        EXPECT_EQ(COrvoInstanceName::isToldByText(*told.name), told.isTold) << told.what << ", keys read";
+    }
+}
+
+TEST(InstanceName, GivesAnEqualName_WhenMadeAgainFromItsTextOrParts) {
+    for (const ToldCase& told : toldCases()) {
+        if (told.isTold) {
+            SCOPED_TRACE(told.what);
+            expectEqual(*COrvoInstanceName::ofText(told.name->toString()), *told.name);
+            expectEqual(*COrvoInstanceName::ofParts(told.name->getNameSpace(), told.name->getClassName(),
+                                                    told.name->getKeyProperties()),
+                        *told.name);
+        }
+    }
+}
+
 TEST(InstanceName, GivesEqualTexts_WhateverTheOrderOfKeys) {
     Key a{"alpha", value("1")};
     Key b{"Beta", value(2U, COrvoType::uint8)};
