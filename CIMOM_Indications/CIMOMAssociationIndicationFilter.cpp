@@ -1,7 +1,14 @@
 #include "CIMOM_Indications/CIMOMAssociationIndicationFilter.h"
 
+#include "CIMOM_Indications/CIMOMAdditionIndicationFilter.h"
+#include "CIMOM_Indications/CIMOMEnterAssociationIndicationFilter.h"
+#include "CIMOM_Indications/CIMOMEnterRelationshipIndicationFilter.h"
+#include "CIMOM_Indications/CIMOMLeaveAssociationIndicationFilter.h"
+#include "CIMOM_Indications/CIMOMLeaveRelationshipIndicationFilter.h"
+#include "CIMOM_Indications/CIMOMRemoveIndicationFilter.h"
 #include "CIMOM_Indications/RoutedIndication.h"
 
+#include <typeinfo>
 #include <utility>
 
 namespace {
@@ -24,7 +31,10 @@ unsigned int typesFiredBy(IOrvoIndication::IndicationType type) {
 
 bool isFor(const ORVSmrPtr<CCIMOMClass>& node, const std::optional<ORVString>& keys,
            const velm::RoutedIndication::End& end) {
-    return node->isA(end.className) && (!keys || *keys == end.keyProperties);
+    // A filter with a null class fails, whatever its keys. They are looked at before the class, which takes
+    // longer.
+    CCIMOMClass& wanted = *node.operator->();
+    return (!keys || *keys == end.keyProperties) && wanted.isA(end.className);
 }
 
 std::optional<ORVString> absentIfNull(const ORVString& text) {
@@ -35,7 +45,34 @@ const ORVString* pointerTo(const std::optional<ORVString>& text) {
     return text ? &*text : nullptr;
 }
 
+template <class... Kind>
+bool isOneOf(const std::type_info& type) {
+    return ((type == typeid(Kind)) || ...);
+}
+
 }  // namespace
+
+const CCIMOMAssociationIndicationFilter* velm::knownAssociation(
+    const CCIMOMIndicationFilter& filter) noexcept {
+    using Kind = CCIMOMIndicationFilter::Kind;
+    Kind kind = filter._kind.load(std::memory_order_relaxed);
+    if (kind == Kind::unasked) {
+        kind = isOneOf<CCIMOMAssociationIndicationFilter, CCIMOMAdditionIndicationFilter,
+                       CCIMOMRemoveIndicationFilter, CCIMOMEnterAssociationIndicationFilter,
+                       CCIMOMLeaveAssociationIndicationFilter, CCIMOMEnterRelationshipIndicationFilter,
+                       CCIMOMLeaveRelationshipIndicationFilter>(typeid(filter))
+                   ? Kind::association
+                   : Kind::other;
+        filter._kind.store(kind, std::memory_order_relaxed);
+    }
+    return kind == Kind::association ? static_cast<const CCIMOMAssociationIndicationFilter*>(&filter)
+                                     : nullptr;
+}
+
+bool velm::matches(CCIMOMIndicationFilter& filter, RoutedIndication& indication) {
+    const CCIMOMAssociationIndicationFilter* association = knownAssociation(filter);
+    return association ? association->matches(indication) : filter.match(indication.indication());
+}
 
 CCIMOMAssociationIndicationFilter::CCIMOMAssociationIndicationFilter(ORVSmrPtr<CCIMOMClass> classOne,
                                                                      const ORVString& keyPropertiesOne,

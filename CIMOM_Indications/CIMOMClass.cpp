@@ -6,27 +6,14 @@
 
 using ClassList = ORVValSlist<ORVSmrPtr<CCIMOMClass>>;
 
-namespace {
-
-ORVSmrPtr<ORVValSlist<ORVString>> routeNamesOf(const ORVString& className, const CCIMOMClass* baseClass) {
-    const ORVSmrPtr<ORVValSlist<ORVString>> names(new ORVValSlist<ORVString>);
-    names->append(baseClass ? className : ORVString("*"));
-    if (baseClass) {
-        for (const ORVString& name : *baseClass->getRouteNames()) {
-            names->append(name);
-        }
-    }
-    return names;
-}
-
-}  // namespace
-
 CCIMOMClass::CCIMOMClass(ORVString className, ORVSmrPtr<CCIMOMClass> baseClass,
                          ORVSmrPtr<CCIMOMSubscription> subscription)
     : _className(std::move(className)),
       _isCatchAll(_className.compareTo(CatchAllClassName, ORVString::caseInsensitive) == 0),
       _baseClass(std::move(baseClass)),
-      _classSubscription(std::move(subscription)) {
+      _classSubscription(std::move(subscription)),
+      _base(_baseClass.Get()),
+      _table(_classSubscription.Get()) {
 }
 
 CCIMOMClass::~CCIMOMClass() {
@@ -65,8 +52,15 @@ bool CCIMOMClass::unsubscribe(ORVSmrPtr<CCIMOMIndicationFilter> filter, ORVSmrPt
 
 void CCIMOMClass::notify(const ORVSmrPtr<IOrvoIndication>& indication) {
     velm::RoutedIndication routed(indication);
-    for (CCIMOMClass* node = this; node; node = node->_baseClass.Get()) {
-        node->_classSubscription->notify(routed, node->_isCatchAll && routed.isAssociation());
+    notify(routed);
+}
+
+void CCIMOMClass::notify(velm::RoutedIndication& indication) {
+    for (CCIMOMClass* node = this; node; node = node->_base) {
+        const bool useReferences = node->_isCatchAll && indication.isAssociation();
+        if (!node->_table || !node->_table->isEmpty()) {
+            node->_classSubscription->notify(indication, useReferences);
+        }
     }
 }
 
@@ -83,7 +77,9 @@ void CCIMOMClass::removeSubscriber(const CSubscriberID& id, CCIMOMDeletedFilterR
 void CCIMOMClass::detach() {
     _leaveChildren();
     const ORVSmrPtr<ClassList> children = std::exchange(_childClassList, nullptr);
+    _base = nullptr;
     _baseClass = nullptr;
+    _table = nullptr;
     _classSubscription = nullptr;
     if (!children.IsNull()) {
         for (const ORVSmrPtr<CCIMOMClass>& child : *children) {
@@ -92,8 +88,13 @@ void CCIMOMClass::detach() {
     }
 }
 
-const ORVSmrPtr<ORVValSlist<ORVString>>& CCIMOMClass::getRouteNames() const {
-    return _routeNames.get([this] { return routeNamesOf(_className, _baseClass.Get()); });
+const velm::RouteNames& CCIMOMClass::routeNames() const {
+    const velm::RouteNames* names = _routeNames.load(std::memory_order_acquire);
+    if (!names) {
+        names = &velm::RouteNames::of(_className, _base ? &_base->routeNames() : nullptr);
+        _routeNames.store(names, std::memory_order_release);
+    }
+    return *names;
 }
 
 const CCIMOMClass::Names& CCIMOMClass::_getDescendants() const {

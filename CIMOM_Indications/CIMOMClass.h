@@ -1,11 +1,13 @@
 #pragma once
 
 #include "CIMOM_Indications/CIMOMSubscription.h"
+#include "CIMOM_Indications/RouteNames.h"
 #include "foundation/containers/ORVValSlist.h"
 #include "foundation/handles/ORVSmrPtr.h"
 #include "foundation/utilities/MadeOnce.h"
 #include "foundation/utilities/ORVString.h"
 
+#include <atomic>
 #include <cstddef>
 #include <unordered_set>
 #include <vector>
@@ -49,6 +51,7 @@ public:
     /// the catch-all class an association is offered to the instances that it refers to. Requires: the class
     /// manager's lock.
     void notify(const ORVSmrPtr<IOrvoIndication>& indication);
+    void notify(velm::RoutedIndication& indication);
 
     /// Drops the subscriber from this node's table and from all those below it; appends a record for each
     /// filter map that is empty then. Requires: the class manager's write lock; `deletedFilters` holds a
@@ -69,7 +72,8 @@ public:
 
     /// What changes of this class's objects are filed under: the names of this class and of those above it,
     /// with "*" in the place of the root's. Shared: nobody changes it.
-    const ORVSmrPtr<ORVValSlist<ORVString>>& getRouteNames() const;
+    const ORVSmrPtr<ORVValSlist<ORVString>>& getRouteNames() const { return routeNames().list(); }
+    const velm::RouteNames& routeNames() const;
 
 private:
     struct NameHash {
@@ -87,7 +91,11 @@ private:
     ORVSmrPtr<CCIMOMClass> _baseClass;
     ORVSmrPtr<ORVValSlist<ORVSmrPtr<CCIMOMClass>>> _childClassList;
     ORVSmrPtr<CCIMOMSubscription> _classSubscription;
-    velm::MadeOnce<ORVValSlist<ORVString>> _routeNames;
+    // What the two handles hold: an indication passes many nodes on its way up.
+    CCIMOMClass* _base;
+    CCIMOMSubscription* _table;
+    /// Null until somebody asks: few classes have changes.
+    mutable std::atomic<const velm::RouteNames*> _routeNames{nullptr};
     /// The names of all classes below this one.
     velm::MadeOnce<Names> _descendants;
     /// The nodes that have this one among their children.

@@ -4,6 +4,23 @@
 #include "foundation/object_model/IOrvoIndication.h"
 #include "foundation/utilities/ORVString.h"
 
+#include <atomic>
+#include <cstdint>
+
+class CCIMOMAssociationIndicationFilter;
+class CCIMOMIndicationFilter;
+
+namespace velm {
+class RoutedIndication;
+
+/// The filter as an association filter whose operations are those of that class; null for any other filter,
+/// also when it is derived from that class.
+const CCIMOMAssociationIndicationFilter* knownAssociation(const CCIMOMIndicationFilter& filter) noexcept;
+
+/// As match() of the filter, for a caller that has looked at the indication already.
+bool matches(CCIMOMIndicationFilter& filter, RoutedIndication& indication);
+}  // namespace velm
+
 /// Says which indications a subscription wants.
 ///
 /// Threads: immutable once made; any number of threads may ask at once. Ownership: held through handles by
@@ -50,4 +67,12 @@ protected:
     CCIMOMIndicationFilter() = default;
 
     FilterType _filterType;
+
+private:
+    friend const CCIMOMAssociationIndicationFilter* velm::knownAssociation(
+        const CCIMOMIndicationFilter& filter) noexcept;
+
+    /// What knownAssociation() found out: comparing types takes longer than to match.
+    enum class Kind : std::uint8_t { unasked, association, other };
+    mutable std::atomic<Kind> _kind{Kind::unasked};
 };

@@ -118,14 +118,14 @@ void CCIMOMIndicationFilterList::notify(const ORVSmrPtr<IOrvoIndication>& indica
 void CCIMOMIndicationFilterList::notify(velm::RoutedIndication& indication) {
     const Parts* parts = _made.find();
     if (!parts) {
-        if (!_filter.IsNull() && _filter->match(indication.indication())) {
+        if (!_filter.IsNull() && velm::matches(*_filter, indication)) {
             _subscriber->notify(Map::makeOutgoing(*_filter, *indication.indication()));
         }
         return;
     }
     if (!parts->index) {
         for (const ORVSmrPtr<Map>& map : parts->maps) {
-            if (map->getIndicationFilter()->match(indication.indication())) {
+            if (velm::matches(*map->getIndicationFilter(), indication)) {
                 map->notify(indication.indication());
             }
         }

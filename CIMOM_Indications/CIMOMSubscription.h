@@ -49,6 +49,9 @@ public:
     /// holds a list.
     void removeSubscriber(const CSubscriberID& id, CCIMOMDeletedFilterRecord::List& deletedFilters);
 
+    /// Whether notify() has nothing to offer an indication to.
+    bool isEmpty() const noexcept { return _classList.isEmpty() && _instances.isEmpty(); }
+
     ORVSmrPtr<CCIMOMIndicationFilterList>& getClassMapList() noexcept {
         return _classFilterSubscriberMapList;
     }

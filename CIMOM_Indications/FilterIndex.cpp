@@ -1,13 +1,7 @@
 #include "CIMOM_Indications/FilterIndex.h"
 
-#include "CIMOM_Indications/CIMOMAdditionIndicationFilter.h"
 #include "CIMOM_Indications/CIMOMCreationIndicationFilter.h"
 #include "CIMOM_Indications/CIMOMDestructionIndicationFilter.h"
-#include "CIMOM_Indications/CIMOMEnterAssociationIndicationFilter.h"
-#include "CIMOM_Indications/CIMOMEnterRelationshipIndicationFilter.h"
-#include "CIMOM_Indications/CIMOMLeaveAssociationIndicationFilter.h"
-#include "CIMOM_Indications/CIMOMLeaveRelationshipIndicationFilter.h"
-#include "CIMOM_Indications/CIMOMRemoveIndicationFilter.h"
 
 #include <algorithm>
 #include <array>
@@ -22,23 +16,10 @@ using Association = CCIMOMAssociationIndicationFilter;
 using Place = FilterIndex::Place;
 using Places = FilterIndex::Places;
 
-template <class... Kind>
-bool isOneOf(const std::type_info& type) {
-    return ((type == typeid(Kind)) || ...);
-}
-
-/// The filter as an association filter whose operations are those of that class, otherwise null.
-const Association* knownAssociation(const CCIMOMIndicationFilter& filter) {
-    const bool isKnown =
-        isOneOf<Association, CCIMOMAdditionIndicationFilter, CCIMOMRemoveIndicationFilter,
-                CCIMOMEnterAssociationIndicationFilter, CCIMOMLeaveAssociationIndicationFilter,
-                CCIMOMEnterRelationshipIndicationFilter, CCIMOMLeaveRelationshipIndicationFilter>(
-            typeid(filter));
-    return isKnown ? static_cast<const Association*>(&filter) : nullptr;
-}
-
 bool comparesTypesOnly(const CCIMOMIndicationFilter& filter) {
-    return isOneOf<CCIMOMCreationIndicationFilter, CCIMOMDestructionIndicationFilter>(typeid(filter));
+    const std::type_info& type = typeid(filter);
+    return type == typeid(CCIMOMCreationIndicationFilter) ||
+           type == typeid(CCIMOMDestructionIndicationFilter);
 }
 
 /// The same number for both orders of the two.

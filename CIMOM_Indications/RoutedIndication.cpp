@@ -1,12 +1,18 @@
 #include "CIMOM_Indications/RoutedIndication.h"
 
+#include "CIMOM_Indications/RouteNames.h"
 #include "foundation/object_model/COrvoHelper.h"
+#include "foundation/object_model/COrvoIndication.h"
+#include "foundation/object_model/COrvoInstanceName.h"
+#include "foundation/object_model/COrvoObject.h"
 #include "foundation/object_model/IOrvoObject.h"
 #include "foundation/object_model/IOrvoProperty.h"
 #include "foundation/object_model/IOrvoValue.h"
+#include "foundation/object_model/OwnObject.h"
 
 #include <string>
 #include <string_view>
+#include <typeinfo>
 #include <utility>
 
 namespace velm {
@@ -20,19 +26,57 @@ ORVString instanceKeyOf(const IOrvoInstanceName& instanceName) {
     return std::string_view(key);
 }
 
+const ORVString& RoutedIndication::className() {
+    const IOrvoObject& object = _object();
+    if (_own) {
+        return _own->className();
+    }
+    if (!_heldClassName) {
+        _heldClassName = object.getClassName();
+    }
+    return *_heldClassName;
+}
+
 bool RoutedIndication::isAssociation() {
     if (!_isAssociation) {
         _object();
-        _isAssociation = COrvoHelper::isAssociation(_fetchedObject);
+        _isAssociation = !(_own && _own->referenceCount() < 2) && COrvoHelper::isAssociation(*_handle);
     }
     return *_isAssociation;
 }
 
+const ORVString& RoutedIndication::instanceText() {
+    const IOrvoInstanceName& name = _instanceName();
+    if (const auto* own = ownObject<COrvoInstanceName>(name)) {
+        return own->text();
+    }
+    if (!_heldText) {
+        _heldText = name.toString();
+    }
+    return *_heldText;
+}
+
 const ORVString& RoutedIndication::instanceKey() {
     if (!_instanceKey) {
-        _instanceKey = instanceKeyOf(*_object().getInstanceName());
+        const IOrvoInstanceName& name = _instanceName();
+        if (const auto* own = ownObject<COrvoInstanceName>(name)) {
+            _instanceKey.emplace(own->className().view(), ':', own->text().tailView());
+        } else {
+            const ORVString className = name.getClassName();
+            const ORVString keyProperties = name.getKeyProperties();
+            _instanceKey.emplace(className.view(), ':', keyProperties.view());
+        }
     }
-    return *_instanceKey;
+    return _instanceKey->string();
+}
+
+void RoutedIndication::setRouteNames(const RouteNames& names) {
+    IOrvoIndication& indication = *_indication;
+    if (typeid(indication) == typeid(COrvoIndication)) {
+        static_cast<COrvoIndication&>(indication).lendClassNames(names.list());
+    } else {
+        indication.setClassNames(names.list());
+    }
 }
 
 const RoutedIndication::End& RoutedIndication::end(unsigned int position) {
@@ -47,10 +91,28 @@ const RoutedIndication::End& RoutedIndication::end(unsigned int position) {
 }
 
 const IOrvoObject& RoutedIndication::_object() {
-    if (_fetchedObject.IsNull()) {
-        _fetchedObject = _indication->getObject();
+    if (!_handle) {
+        const ORVSmrPtr<IOrvoObject>* handle = &_heldObject;
+        if (const auto* own = ownObject<COrvoIndication>(*_indication)) {
+            handle = &own->object();
+        } else {
+            _heldObject = _indication->getObject();
+        }
+        _own = ownObject<COrvoObject>(**handle);
+        _handle = handle;
     }
-    return *_fetchedObject;
+    return **_handle;
+}
+
+const IOrvoInstanceName& RoutedIndication::_instanceName() {
+    const IOrvoObject& object = _object();
+    if (_own) {
+        return *_own->instanceName();
+    }
+    if (_heldName.IsNull()) {
+        _heldName = object.getInstanceName();
+    }
+    return *_heldName;
 }
 
 }  // namespace velm

@@ -2,17 +2,22 @@
 
 #include "foundation/object_model/IOrvoIndication.h"
 #include "foundation/object_model/IOrvoInstanceName.h"
+#include "foundation/utilities/ORVString.h"
 
 #include <array>
 #include <optional>
 
+class COrvoObject;
+
 namespace velm {
+
+class RouteNames;
 
 /// "class:key properties": how the subscription tables tell instances apart.
 ORVString instanceKeyOf(const IOrvoInstanceName& instanceName);
 
 /// What routing asks of one indication: each answer is fetched when it is first needed, and once for all the
-/// tables that the indication passes.
+/// tables that the indication passes. Nothing is copied of objects of this system's own classes.
 ///
 /// Threads: used by one. Failure: ORVNullPointerException where the indication lacks what is asked for.
 class RoutedIndication {
@@ -33,23 +38,39 @@ public:
     const ORVSmrPtr<IOrvoIndication>& indication() const noexcept { return _indication; }
     IOrvoIndication::IndicationType type() const { return _indication->getType(); }
 
+    /// The class of the object; the null string when the reporter does not know it.
+    const ORVString& className();
+
     /// Whether the object is the instance of an association.
     bool isAssociation();
 
-    /// The key of the object's own instance.
+    /// The name of the object's own instance as text, and its key.
+    const ORVString& instanceText();
     const ORVString& instanceKey();
+
+    /// Gives the indication the names of its route.
+    void setRouteNames(const RouteNames& names);
 
     /// The first or the second instance that the association refers to. Requires: isAssociation().
     const End& end(unsigned int position);
 
 private:
     const IOrvoObject& _object();
+    const IOrvoInstanceName& _instanceName();
 
     const ORVSmrPtr<IOrvoIndication>& _indication;
-    ORVSmrPtr<IOrvoObject> _fetchedObject = ORVSmrPtr<IOrvoObject>::none();
+    /// The object's handle, once it was fetched, and the object when it is of this system's own class.
+    const ORVSmrPtr<IOrvoObject>* _handle = nullptr;
+    const COrvoObject* _own = nullptr;
     std::optional<bool> _isAssociation;
-    std::optional<ORVString> _instanceKey;
+    std::optional<JoinedString> _instanceKey;
     std::array<std::optional<End>, 2> _ends;
+
+    // Of objects of other classes.
+    ORVSmrPtr<IOrvoObject> _heldObject = ORVSmrPtr<IOrvoObject>::none();
+    ORVSmrPtr<IOrvoInstanceName> _heldName = ORVSmrPtr<IOrvoInstanceName>::none();
+    std::optional<ORVString> _heldClassName;
+    std::optional<ORVString> _heldText;
 };
 
 }  // namespace velm

@@ -1,58 +1,66 @@
 #include "CIMOM_Indications/SubscriberPlaces.h"
 
 #include "foundation/containers/NumberSet.h"
-
-#include <unordered_map>
+#include "foundation/subscribers/IdentityIndex.h"
 
 namespace velm {
 
-namespace {
+/// The places of one identity.
+struct SubscriberPlaces::Person {
+    explicit Person(const CSubscriberID& subscriberID) : id(subscriberID) {}
 
-struct IdentityHash {
-    std::size_t operator()(const CSubscriberID& id) const noexcept { return hashKeySubscriberID(id); }
-};
-
-}  // namespace
-
-struct SubscriberPlaces::Table {
-    std::unordered_map<CSubscriberID, NumberSet, IdentityHash> hashes;
+    const CSubscriberID id;
+    NumberSet hashes;
 };
 
 SubscriberPlaces::SubscriberPlaces() noexcept = default;
-SubscriberPlaces::~SubscriberPlaces() = default;
+
+SubscriberPlaces::~SubscriberPlaces() {
+    if (_people) {
+        _people->visit([](void*, void* person) { delete static_cast<Person*>(person); }, nullptr);
+    }
+}
 
 void SubscriberPlaces::add(const CSubscriberID& id, const ORVString& key) {
-    if (!_table) {
-        _table = std::make_unique<Table>();
+    if (!_people) {
+        _people = std::make_unique<IdentityIndex>();
     }
-    _table->hashes[id].insert(hashKeyORVString(key));
+    if (Person* person = _find(id)) {
+        person->hashes.insert(hashKeyORVString(key));
+        return;
+    }
+    auto person = std::make_unique<Person>(id);
+    person->hashes.insert(hashKeyORVString(key));
+    _people->add(person->id, person.get());
+    static_cast<void>(person.release());
 }
 
 void SubscriberPlaces::_remove(const CSubscriberID& id, std::uint32_t hash) noexcept {
-    if (!_table) {
-        return;
-    }
-    const auto found = _table->hashes.find(id);
-    if (found == _table->hashes.end()) {
-        return;
-    }
-    found->second.erase(hash);
-    if (found->second.isEmpty()) {
-        _table->hashes.erase(found);
+    if (Person* person = _find(id)) {
+        person->hashes.erase(hash);
+        if (person->hashes.isEmpty()) {
+            _forget(person);
+        }
     }
 }
 
 std::vector<std::uint32_t> SubscriberPlaces::_take(const CSubscriberID& id) {
-    if (!_table) {
+    Person* person = _find(id);
+    if (!person) {
         return {};
     }
-    const auto found = _table->hashes.find(id);
-    if (found == _table->hashes.end()) {
-        return {};
-    }
-    std::vector<std::uint32_t> hashes = found->second.all();
-    _table->hashes.erase(found);
+    std::vector<std::uint32_t> hashes = person->hashes.all();
+    _forget(person);
     return hashes;
+}
+
+SubscriberPlaces::Person* SubscriberPlaces::_find(const CSubscriberID& id) const noexcept {
+    return _people ? static_cast<Person*>(_people->find(id)) : nullptr;
+}
+
+void SubscriberPlaces::_forget(Person* person) noexcept {
+    _people->remove(person->id, person);
+    delete person;
 }
 
 }  // namespace velm

@@ -12,6 +12,8 @@
 
 namespace velm {
 
+class IdentityIndex;
+
 /// Which lists of a table each subscriber is in: what spares a removal the walk over the lists of everybody
 /// else.
 ///
@@ -58,12 +60,15 @@ public:
     }
 
 private:
-    struct Table;
+    struct Person;
 
     void _remove(const CSubscriberID& id, std::uint32_t hash) noexcept;
     std::vector<std::uint32_t> _take(const CSubscriberID& id);
+    Person* _find(const CSubscriberID& id) const noexcept;
+    void _forget(Person* person) noexcept;
 
-    std::unique_ptr<Table> _table;
+    /// Null as long as nobody was added.
+    std::unique_ptr<IdentityIndex> _people;
 };
 
 }  // namespace velm

@@ -3,6 +3,7 @@
 #include "CIMOM_Indications/CIMOMDeletedFilterRecord.h"
 #include "CIMOM_Indications/SubscriberPlaces.h"
 #include "Indications/IIndicationManager.h"
+#include "Indications/NameSieve.h"
 #include "foundation/containers/ORVValMap.h"
 #include "foundation/containers/ORVValSlist.h"
 #include "foundation/services/IVELMServer.h"
@@ -13,6 +14,10 @@
 #include "foundation/utilities/ORVTypes.h"
 
 #include <atomic>
+
+namespace velm {
+class RoutedIndication;
+}
 
 /// The indication subsystem's one object: subscribers, instance subscriptions, the delivery thread and the
 /// connection monitor. See IIndicationManager for what its operations promise.
@@ -97,9 +102,9 @@ private:
 
     // Routing. Requires: the read lock.
     bool _route(const ORVSmrPtr<IOrvoIndication>& indication);
-    bool _routeChange(const ORVSmrPtr<IOrvoIndication>& indication);
-    bool _notifyClassLists(const ORVSmrPtr<IOrvoIndication>& indication, const IOrvoObject& object);
-    void _routeThroughClassTree(const ORVSmrPtr<IOrvoIndication>& indication);
+    bool _routeChange(velm::RoutedIndication& indication);
+    bool _notifyClassLists(velm::RoutedIndication& indication);
+    void _routeThroughClassTree(velm::RoutedIndication& indication);
 
     // Provider calls. Requires: no lock is held.
     void _subscribeToProvider(ORVSmrPtr<IOrvoInstanceName> instanceName,
@@ -158,6 +163,8 @@ private:
     ORVValMap<ORVString, ORVSmrPtr<CSubscriberList>> _subscriberTable;
     /// Who has a row under which key of the table.
     velm::SubscriberPlaces _tablePlaces;
+    /// Which keys of the table can be names of classes.
+    velm::NameSieve _tableNames;
     ORVuint32 _serverSessionID;
     ORVValSlist<ORVSmrPtr<CSubscriber>> _subscribers;
     SubscriberIndex<CSubscriber> _subscriberIndex;

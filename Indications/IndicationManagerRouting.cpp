@@ -1,3 +1,4 @@
+#include "CIMOM_Indications/RoutedIndication.h"
 #include "Indications/ClassManagerGuard.h"
 #include "Indications/IndicationManager.h"
 #include "foundation/object_model/COrvoDebugTools.h"
@@ -27,52 +28,52 @@ bool CIndicationManager::notify(ORVSmrPtr<IOrvoIndication> indication) {
 }
 
 bool CIndicationManager::_route(const ORVSmrPtr<IOrvoIndication>& indication) {
-    if (indication->getType() == IOrvoIndication::IndicationChange) {
-        return _routeChange(indication);
+    velm::RoutedIndication routed(indication);
+    if (routed.type() == IOrvoIndication::IndicationChange) {
+        return _routeChange(routed);
     }
-    _routeThroughClassTree(indication);
+    _routeThroughClassTree(routed);
     return false;
 }
 
-bool CIndicationManager::_routeChange(const ORVSmrPtr<IOrvoIndication>& indication) {
-    const ORVSmrPtr<IOrvoObject> object = indication->getObject();
-    const ORVSmrPtr<IOrvoInstanceName> instanceName = object->getInstanceName();
-    const unsigned int scope = indication->getRoutingScope();
+bool CIndicationManager::_routeChange(velm::RoutedIndication& indication) {
+    const unsigned int scope = indication.indication()->getRoutingScope();
     if (scope != IOrvoIndication::ScopeClassOnly) {
-        if (const ORVSmrPtr<CSubscriberList>* list = _subscriberTable.find(instanceName->toString())) {
+        if (const ORVSmrPtr<CSubscriberList>* list = _subscriberTable.find(indication.instanceText())) {
             // Reporters rely on hearing about class-wide interest only, so this answer is dropped.
-            (*list)->notify(indication);
+            (*list)->notify(indication.indication());
         }
     }
-    return scope != IOrvoIndication::ScopeInstanceOnly && _notifyClassLists(indication, *object);
+    return scope != IOrvoIndication::ScopeInstanceOnly && _notifyClassLists(indication);
 }
 
-bool CIndicationManager::_notifyClassLists(const ORVSmrPtr<IOrvoIndication>& indication,
-                                           const IOrvoObject& object) {
+bool CIndicationManager::_notifyClassLists(velm::RoutedIndication& indication) {
     const velm::ClassManagerReadGuard classManager;
-    const CCIMOMClass* node = classManager->find(object.getClassName());
+    const CCIMOMClass* node = classManager->find(indication.className());
     if (!node) {
-        indication->setClassNames(ORVSmrPtr<ORVValSlist<ORVString>>(new ORVValSlist<ORVString>));
+        indication.indication()->setClassNames(ORVSmrPtr<ORVValSlist<ORVString>>(new ORVValSlist<ORVString>));
         return false;
     }
-    indication->setClassNames(node->getRouteNames());
+    indication.setRouteNames(node->routeNames());
 
     // The answer is that of the last list found, not of any: reporters compare it with what "*" wants.
     bool classResult = false;
-    for (const ORVString& name : *node->getRouteNames()) {
-        if (const ORVSmrPtr<CSubscriberList>* list = _subscriberTable.find(name)) {
-            classResult = (*list)->notify(indication);
+    const bool canSkip = _tableNames.knowsAll(_subscriberTable.insertions());
+    for (const velm::RouteNames::Name& name : node->routeNames().names()) {
+        if (canSkip && !_tableNames.mayBeKey(name)) {
+            continue;
+        }
+        if (const ORVSmrPtr<CSubscriberList>* list = _subscriberTable.find(name.text)) {
+            classResult = (*list)->notify(indication.indication());
         }
     }
     return classResult;
 }
 
-void CIndicationManager::_routeThroughClassTree(const ORVSmrPtr<IOrvoIndication>& indication) {
-    auto object = ORVSmrPtr<IOrvoObject>::none();
+void CIndicationManager::_routeThroughClassTree(velm::RoutedIndication& indication) {
     {
         const velm::ClassManagerReadGuard classManager;
-        object = indication->getObject();
-        const ORVString className = object->getClassName();
+        const ORVString& className = indication.className();
         CCIMOMClass* node = className.isNull() ? nullptr : classManager->find(className);
         if (node) {
             node->notify(indication);
@@ -80,8 +81,8 @@ void CIndicationManager::_routeThroughClassTree(const ORVSmrPtr<IOrvoIndication>
             classManager->lookup(velm::catchAllClassName)->notify(indication);
         }
     }
-    if (indication->getType() == IOrvoIndication::IndicationDestruction) {
+    if (indication.type() == IOrvoIndication::IndicationDestruction) {
         // Other readers may be walking the table and this very list.
-        _subscriberTable.retire(object->getInstanceName()->toString());
+        _subscriberTable.retire(indication.instanceText());
     }
 }

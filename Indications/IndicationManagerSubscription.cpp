@@ -246,6 +246,7 @@ CSubscriberList& CIndicationManager::_addToTable(const ORVSmrPtr<CSubscriber>& s
     if (!list) {
         _subscriberTable.insert(key, classWide ? ORVSmrPtr<CSubscriberList>::make(instanceName)
                                                : CSubscriberList::ofInstance(instanceName, key));
+        _tableNames.add(key);
         list = _subscriberTable.find(key);
     }
     // Before the row: a place too many does no harm.

@@ -1,5 +1,6 @@
 #include "Indications/IndicationNotifierDelivery.h"
 
+#include "Indications/QueueLookahead.h"
 #include "foundation/cimxml/ORVCIMMessage.h"
 #include "foundation/http/ORVGenericHTTPIStream.h"
 #include "foundation/http/ORVGenericHTTPOStream.h"
@@ -139,7 +140,9 @@ unsigned int CIndicationNotifier::CDelivery::_fireindications(ORVSmrPtr<CSubscri
     unsigned int delivered = 0;
     auto connection = subscriber->getNetworkConnection();
     if (connection.IsNull()) {
+        velm::QueueLookahead lookahead(*indications);
         for (ORVValSlistIterator<ORVSmrPtr<IOrvoIndication>> iter(*indications); ++iter; ++delivered) {
+            lookahead.step();
             _inHand = count - delivered;
             if (!_fireNonPersistent(subscriber, iter.key())) {
                 break;
@@ -205,6 +208,7 @@ public:
           _localHost(subscriber.getLocalHostName()),
           _localPort(subscriber.getLocalPortNumber()),
           _count(list.entries()),
+          _lookahead(list),
           _written(list),
           _settled(list) {}
 
@@ -212,6 +216,7 @@ public:
     void send(ORVGenericHTTPOStream& stream) {
         const Settling settling(*this, stream);
         while (++_written) {
+            _lookahead.step();
             try {
                 _write(stream, _written.key());
             } catch (...) {
@@ -273,6 +278,7 @@ private:
     ORVString _localHost;
     ORVString _localPort;
     const unsigned int _count;
+    velm::QueueLookahead _lookahead;
     ORVValSlistIterator<ORVSmrPtr<IOrvoIndication>> _written;
     ORVValSlistIterator<ORVSmrPtr<IOrvoIndication>> _settled;
     unsigned int _delivered = 0;

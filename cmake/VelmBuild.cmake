@@ -63,9 +63,7 @@ function(velm_add_shared_library name)
     add_library(${name} SHARED)
     target_link_libraries(${name} PUBLIC velm_foundation ${ARG_LIBRARIES} PRIVATE ${ARG_LAYERS})
     set(map "${PROJECT_SOURCE_DIR}/cmake/${name}.map")
-    # Calls within the library go straight to their function. Definitions of a host replace those of another library
-    # as before.
-    target_link_options(${name} PRIVATE "LINKER:--version-script=${map}" LINKER:-Bsymbolic-functions)
+    target_link_options(${name} PRIVATE "LINKER:--version-script=${map}")
     set_target_properties(${name} PROPERTIES
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}

@@ -2,6 +2,7 @@
 
 #include "foundation/Export.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
@@ -15,6 +16,9 @@ namespace velm {
 /// caller's functions throw passes through.
 class VELM_EXPORT KeyIndex {
 public:
+    /// What the addresses of entries are multiples of.
+    static constexpr std::size_t entryAlignment = 16;
+
     /// The hash of the key of `entry`, the same as long as the entry is here.
     using HashOf = std::uint32_t (*)(const void* owner, const void* entry);
     /// Whether `entry` is the one that is looked for with `wanted`. It may have another hash.
@@ -32,10 +36,11 @@ public:
         return _table ? _find(hash, accepts, wanted) : nullptr;
     }
 
-    void insert(void* entry);
+    /// `hash` is what `hashOf` answers for the entry, here and below.
+    void insert(void* entry, std::uint32_t hash);
 
     /// Requires: the entry is here.
-    void erase(void* entry) noexcept;
+    void erase(void* entry, std::uint32_t hash) noexcept;
 
     /// Hands every entry to `visitor`, in no order.
     void visit(void (*visitor)(void* context, void* entry), void* context) const;

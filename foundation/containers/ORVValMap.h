@@ -105,25 +105,27 @@ public:
         // Copied first: key and value may belong to the pair that goes.
         auto item = std::make_unique<Item>(key, value, _nextAge);
         purge();
-        Item* former = _find(item->key);
-        _index.insert(item.get());
+        const std::uint32_t hash = _indexHashOf(item->key);
+        Item* former = _find(item->key, hash);
+        _index.insert(item.get(), hash);
         item.release();
         // Nothing throws from here on.
         _nextAge += 2;
         _entries.fetch_add(1, std::memory_order_relaxed);
         if (former) {
             _entries.fetch_sub(1, std::memory_order_relaxed);
-            _erase(former);
+            _erase(former, hash);
         }
         return true;
     }
 
     /// Removes the pair with `key`; answers whether there was one.
     bool remove(const K& key) {
-        Item* item = _find(key);
+        const std::uint32_t hash = _indexHashOf(key);
+        Item* item = _find(key, hash);
         if (item) {
             _entries.fetch_sub(1, std::memory_order_relaxed);
-            _erase(item);
+            _erase(item, hash);
         }
         purge();
         return item != nullptr;
@@ -163,7 +165,7 @@ public:
         while (item) {
             Item* next = item->retiredBefore();
             visit(item->key, item->value);
-            _erase(item);
+            _erase(item, _indexHashOf(item->key));
             item = next;
         }
     }
@@ -179,12 +181,16 @@ public:
         _entries.store(0, std::memory_order_relaxed);
     }
 
+    /// How often insert() has added a pair since the map exists.
+    std::uint64_t insertions() const noexcept { return _nextAge / 2; }
+
     unsigned int entries() const noexcept { return _entries.load(std::memory_order_relaxed); }
     bool isEmpty() const noexcept { return entries() == 0; }
 
 private:
     using Item = ORVValMapItem<K, V>;
     friend class ORVValMapIterator<K, V>;
+    static_assert(__STDCPP_DEFAULT_NEW_ALIGNMENT__ >= velm::KeyIndex::entryAlignment);
 
     /// Tells texts apart that the owner's hash takes for one because it ignores letter case.
     std::uint32_t _indexHashOf(const K& key) const {
@@ -207,9 +213,11 @@ private:
         return static_cast<const Item*>(item)->key == *static_cast<const K*>(key);
     }
 
-    Item* _find(const K& key) const {
+    Item* _find(const K& key) const { return _find(key, _indexHashOf(key)); }
+
+    Item* _find(const K& key, std::uint32_t hash) const {
         auto* item = static_cast<Item*>(
-            _index.find(_indexHashOf(key), &_hasKey, const_cast<void*>(static_cast<const void*>(&key))));
+            _index.find(hash, &_hasKey, const_cast<void*>(static_cast<const void*>(&key))));
         return item && !item->isRetired() ? item : nullptr;
     }
 
@@ -232,8 +240,8 @@ private:
             &search);
     }
 
-    void _erase(Item* item) noexcept {
-        _index.erase(item);
+    void _erase(Item* item, std::uint32_t hash) noexcept {
+        _index.erase(item, hash);
         delete item;
     }
 

@@ -53,16 +53,17 @@ struct SmartPointerPointee : SmartPointerCounts {
         return new (::operator new(sizeof(SmartPointerPointee))) SmartPointerPointee(firstRecord, pointee);
     }
 
-    /// A record and its object, made from `arguments`, in one block.
-    template <class... Arguments>
+    /// A record and its object, a `Made` from `arguments`, in one block.
+    template <class Made, class... Arguments>
     static SmartPointerPointee* makeWithObject(Arguments&&... arguments) {
-        static_assert(alignof(T) <= alignof(SmartPointerPointee));
+        static_assert(alignof(Made) <= alignof(SmartPointerPointee));
+        static_assert(std::is_same_v<Made, T> || std::has_virtual_destructor_v<T>);
         struct Free {
             void operator()(void* block) const noexcept { ::operator delete(block); }
         };
-        std::unique_ptr<void, Free> block(::operator new(sizeof(SmartPointerPointee) + sizeof(T)));
+        std::unique_ptr<void, Free> block(::operator new(sizeof(SmartPointerPointee) + sizeof(Made)));
         T* object = new (static_cast<std::byte*>(block.get()) + sizeof(SmartPointerPointee))
-            T(std::forward<Arguments>(arguments)...);
+            Made(std::forward<Arguments>(arguments)...);
         return new (block.release()) SmartPointerPointee(nullptr, object, true);
     }
 };
@@ -93,11 +94,12 @@ public:
     /// nothing to it.
     static ORVSmrPtr none() noexcept { return ORVSmrPtr(static_cast<Pointee*>(nullptr), Record{}); }
 
-    /// A handle to a new object made from `arguments`, which shares one block of memory with its record: for
-    /// objects of which there are many. Requires: nobody calls Set() on the handle.
-    template <class... Arguments>
+    /// A handle to a new object, a `Made` from `arguments`, which shares one block of memory with its record:
+    /// for objects of which there are many. Requires: nobody calls Set() on the handle.
+    template <class Made = T, class... Arguments>
     static ORVSmrPtr make(Arguments&&... arguments) {
-        return ORVSmrPtr(Pointee::makeWithObject(std::forward<Arguments>(arguments)...), Record{});
+        return ORVSmrPtr(Pointee::template makeWithObject<Made>(std::forward<Arguments>(arguments)...),
+                         Record{});
     }
 
     ORVSmrPtr(const ORVSmrPtr& other) noexcept : _pointee(other._pointee) { _retain(); }

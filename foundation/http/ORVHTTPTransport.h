@@ -48,7 +48,8 @@ public:
     virtual void sendRequest(std::string_view bytes);
 
     /// Gives a peer from which something was received `milliseconds` to close first, then closes. Whatever
-    /// still comes is dropped. The side that closes first keeps the port occupied for a minute.
+    /// still comes is dropped. The side that closes first keeps the port occupied for a minute. When the peer
+    /// has closed, it sees this side's close once the object is destroyed. Requires: nobody is sending.
     virtual void closeAfterPeer(long milliseconds) noexcept;
 
     /// Sends `messages` one after the other, each as send() does and under a time-out of its own, in as few

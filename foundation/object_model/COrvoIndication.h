@@ -43,10 +43,17 @@ public:
     /// The same as getObject(), lent for as long as this object lives.
     const ORVSmrPtr<IOrvoObject>& object() const noexcept { return _object; }
 
+    /// As setClassNames(), for names that are never destroyed: their handle is not copied until somebody asks
+    /// for it, so that threads that report at once do not count on one record.
+    void lendClassNames(const ORVSmrPtr<ORVValSlist<ORVString>>& everlasting) noexcept {
+        _lentClassNames.store(&everlasting, std::memory_order_release);
+    }
+
 private:
-    class ClassNamesLock;
+    friend struct SmartPointerPointee<IOrvoIndication>;
 
     COrvoIndication(const IOrvoIndication& reported, IndicationType type);
+    COrvoIndication(const COrvoIndication& reported, IndicationType type);
 
     ORVSmrPtr<IOrvoObject> _object;
     ORVSmrPtr<ORVValSlist<ORVString>> _changedProperties;
@@ -58,4 +65,6 @@ private:
     /// Held for no longer than it takes to copy a handle.
     mutable std::atomic_flag _classNamesLock;
     ORVSmrPtr<ORVValSlist<ORVString>> _classNames;
+    /// Null, or what stands for `_classNames`.
+    std::atomic<const ORVSmrPtr<ORVValSlist<ORVString>>*> _lentClassNames{nullptr};
 };

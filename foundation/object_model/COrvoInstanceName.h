@@ -46,7 +46,8 @@ public:
     ORVSmrPtr<ORVValSlist<COrvoKeyBinding>> getKeyBindings() const override;
     ORVString toString() const override;
 
-    /// The same as toString(), lent for as long as this object lives.
+    /// The same as getClassName() and toString(), lent for as long as this object lives.
+    const ORVString& className() const noexcept { return _className; }
     const ORVString& text() const noexcept { return _text; }
 
 private:

@@ -27,6 +27,8 @@ public:
     /// The same as getClassName() and getInstanceName(), lent for as long as this object lives.
     const ORVString& className() const noexcept { return _className; }
     const ORVSmrPtr<IOrvoInstanceName>& instanceName() const noexcept { return _instanceName; }
+    /// How many of the properties are references, NULL or not.
+    std::size_t referenceCount() const noexcept { return _referenceCount; }
 
     /// A property as it is kept.
     struct Held {

@@ -5,22 +5,30 @@
 #include "foundation/object_model/IOrvoIndication.h"
 #include "foundation/subscribers/CSubscriberID.h"
 #include "foundation/subscribers/CSubscriberNetworkConnection.h"
+#include "foundation/subscribers/IndicationQueue.h"
 
 #include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
+
+namespace velm {
+
+/// A base of objects that begin on a cache line of their own.
+struct alignas(64) OwnCacheLine {};
+
+}  // namespace velm
 
 /// A subscriber: its identity, how it reaches the server, its persistent channel if it has one, and the queue
 /// of indications that wait for delivery.
 ///
-/// Threads: every operation may be called on any thread at any time.
+/// Threads: every operation may be called on any thread at any time. Subscribers stand on cache lines of
+/// their own: threads that queue at different ones do not disturb each other.
 ///
 /// The queue is bounded by "VELM"/"MaxQueuedIndications" (default 100000, 0 for no bound): past it the oldest
 /// indication is dropped and counted, and the first drop of each burst is logged. A burst ends when the queue
 /// is handed over; the number dropped in it is logged then.
-class VELM_EXPORT CSubscriber {
+class VELM_EXPORT CSubscriber : private velm::OwnCacheLine {
 public:
     using Clock = std::chrono::steady_clock::time_point (*)();
     using IndicationList = ORVSmrPtr<ORVValSlist<ORVSmrPtr<IOrvoIndication>>>;
@@ -37,7 +45,7 @@ public:
 
     ORVSmrPtr<CSubscriberID> getSubscriberID() const { return _subscriberID; }
     /// The identity in place, as long as the subscriber lives; null when it was given none.
-    const CSubscriberID* identity() const noexcept { return _subscriberID.Get(); }
+    const CSubscriberID* identity() const noexcept { return _identity; }
     ORVString getLocalHostName() const { return _localHostName; }
     ORVString getLocalPortNumber() const { return _localPortNumber; }
     ORVSmrPtr<CSubscriberNetworkConnection> getNetworkConnection() const { return _connection; }
@@ -46,6 +54,7 @@ public:
     virtual void notify(ORVSmrPtr<IOrvoIndication> indication);
 
     /// Hands over what is queued, oldest first, and empties the queue. A null handle when nothing is queued.
+    /// Failure: std::bad_alloc, and what was queued is counted as dropped then.
     virtual IndicationList getIndications();
 
     /// Takes note of a sign of life.
@@ -64,22 +73,31 @@ public:
     std::uint64_t getDroppedCount() const noexcept { return _droppedCount.load(std::memory_order_relaxed); }
 
 private:
+    void _countLost(std::size_t lost) noexcept;
+    void _logDropping() const;
+    void _logEndOfBurst(std::uint64_t dropped) const;
+
+    // All that notify() touches, on the line on which the object begins.
+    /// Held for no longer than it takes to add an indication or to take the queue over.
+    mutable std::atomic_flag _queueLock;
+    /// Whether the queue is worth a look: an idle subscriber is asked every second.
+    std::atomic<bool> _hasQueued{false};
+    const unsigned int _maxQueued;
+    std::atomic<std::uint64_t> _queuedCount{0};
+    velm::IndicationQueue _queue;
+
+    std::atomic<std::uint64_t> _droppedCount{0};
+    std::uint64_t _droppedInBurst = 0;
+
     const ORVSmrPtr<CSubscriberID> _subscriberID;
+    /// What the handle holds.
+    const CSubscriberID* const _identity;
     const ORVString _localHostName;
     const ORVString _localPortNumber;
     const ORVSmrPtr<CSubscriberNetworkConnection> _connection;
     const Clock _clock;
     const std::chrono::seconds _timeout;
-    const unsigned int _maxQueued;
 
     std::atomic<bool> _canExpire;
     std::atomic<std::chrono::steady_clock::rep> _lastSign;
-    std::atomic<std::uint64_t> _queuedCount{0};
-    std::atomic<std::uint64_t> _droppedCount{0};
-
-    std::mutex _queueLock;
-    ORVValSlist<ORVSmrPtr<IOrvoIndication>> _queue;
-    std::uint64_t _droppedInBurst = 0;
-    /// Whether the queue is worth a look: an idle subscriber is asked every second.
-    std::atomic<bool> _hasQueued{false};
 };

@@ -32,6 +32,9 @@ public:
     /// is none. Any place will do when `accepts` is null.
     void* find(const CSubscriberID& id, Accepts accepts = nullptr, const void* wanted = nullptr) const;
 
+    /// Hands every place to `visitor`, in no order.
+    void visit(void (*visitor)(void* context, void* place), void* context) const;
+
 private:
     struct Table;
 

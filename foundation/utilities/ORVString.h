@@ -2,10 +2,15 @@
 
 #include "foundation/Export.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <iosfwd>
 #include <string_view>
+
+namespace velm {
+class JoinedString;
+}
 
 /// An immutable text in a shared, counted buffer; copies are cheap.
 ///
@@ -40,6 +45,9 @@ public:
     /// The tail of a text made by withTail(), which shares its buffer and allocates nothing; the null string
     /// for any other text.
     ORVString tail() const noexcept;
+
+    /// The bytes of tail(), valid as long as any string shares the buffer; "" where that is null.
+    std::string_view tailView() const noexcept;
 
     bool isNull() const noexcept { return _text == nullptr; }
     /// The number of bytes; 0 for the null string.
@@ -77,6 +85,8 @@ public:
     friend VELM_EXPORT std::uint32_t hashKeyORVStringToLower(const ORVString& key) noexcept;
 
 private:
+    friend class velm::JoinedString;
+
     struct Text;
     struct Buffer;
 
@@ -92,3 +102,25 @@ VELM_EXPORT std::uint32_t hashKeyORVString(const ORVString& key) noexcept;
 /// A hash that ignores the case of ASCII letters: hashKeyORVString() of the text in lower case. Computed once
 /// per buffer.
 VELM_EXPORT std::uint32_t hashKeyORVStringToLower(const ORVString& key) noexcept;
+
+namespace velm {
+
+/// A string made of two for a look-up, after which it is forgotten: unless it is long it stands in this
+/// object itself, and nothing is allocated.
+///
+/// Threads: used by one. Requires: no copy of the string outlives this object. Failure: as ORVString.
+class VELM_EXPORT JoinedString {
+public:
+    JoinedString(std::string_view first, char separator, std::string_view second);
+    JoinedString(const JoinedString&) = delete;
+    JoinedString& operator=(const JoinedString&) = delete;
+    ~JoinedString();
+
+    const ORVString& string() const noexcept { return _string; }
+
+private:
+    alignas(8) std::array<char, 224> _memory;
+    ORVString _string;
+};
+
+}  // namespace velm

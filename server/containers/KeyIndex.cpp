@@ -6,6 +6,25 @@ namespace velm {
 
 namespace {
 
+/// An entry and, where its alignment leaves room, the highest bits of its hash: nearly every entry of another
+/// hash is told apart without a look at it.
+class Slot {
+public:
+    Slot(void* entry, std::uint32_t hash) noexcept
+        : _bits(reinterpret_cast<std::uintptr_t>(entry) | _tagOf(hash)) {}
+
+    void* entry() const noexcept { return reinterpret_cast<void*>(_bits & ~tagMask); }
+    bool mayHaveHash(std::uint32_t hash) const noexcept { return (_bits & tagMask) == _tagOf(hash); }
+    bool operator==(const Slot&) const = default;
+
+private:
+    static constexpr std::uintptr_t tagMask = KeyIndex::entryAlignment - 1;
+
+    static std::uintptr_t _tagOf(std::uint32_t hash) noexcept { return hash >> 28 & tagMask; }
+
+    std::uintptr_t _bits;
+};
+
 /// What is looked for in place of an entry.
 struct Query {
     std::uint32_t hash;
@@ -19,24 +38,26 @@ struct Hash {
     const void* owner;
     KeyIndex::HashOf hashOf;
 
-    std::uint32_t operator()(const void* entry) const { return hashOf(owner, entry); }
+    std::uint32_t operator()(const Slot& slot) const { return hashOf(owner, slot.entry()); }
     std::uint32_t operator()(const Query& query) const noexcept { return query.hash; }
 };
 
 struct IsWanted {
     using is_transparent = void;
 
-    bool operator()(const void* left, const void* right) const noexcept { return left == right; }
-    bool operator()(const Query& query, void* entry) const { return query.accepts(query.wanted, entry); }
-    bool operator()(void* entry, const Query& query) const { return query.accepts(query.wanted, entry); }
+    bool operator()(const Slot& left, const Slot& right) const noexcept { return left == right; }
+    bool operator()(const Query& query, const Slot& slot) const {
+        return slot.mayHaveHash(query.hash) && query.accepts(query.wanted, slot.entry());
+    }
+    bool operator()(const Slot& slot, const Query& query) const { return (*this)(query, slot); }
 };
 
 }  // namespace
 
 struct KeyIndex::Table {
-    Table(const void* owner, HashOf hashOf) : entries(0, Hash{owner, hashOf}) {}
+    Table(const void* owner, HashOf hashOf) : slots(0, Hash{owner, hashOf}) {}
 
-    boost::unordered_flat_set<void*, Hash, IsWanted> entries;
+    boost::unordered_flat_set<Slot, Hash, IsWanted> slots;
 };
 
 KeyIndex::KeyIndex(const void* owner, HashOf hashOf) noexcept : _owner(owner), _hashOf(hashOf) {
@@ -44,32 +65,34 @@ KeyIndex::KeyIndex(const void* owner, HashOf hashOf) noexcept : _owner(owner), _
 
 KeyIndex::~KeyIndex() = default;
 
-void KeyIndex::insert(void* entry) {
+void KeyIndex::insert(void* entry, std::uint32_t hash) {
+    const Slot slot(entry, hash);
     if (!_table) {
         auto table = std::make_unique<Table>(_owner, _hashOf);
-        table->entries.insert(entry);
+        table->slots.insert(slot);
         _table = std::move(table);
         return;
     }
-    auto& entries = _table->entries;
+    auto& slots = _table->slots;
     // Growing hashes every entry: room enough that inserting and erasing by turns does not do it often.
-    if (entries.size() >= entries.max_load()) {
-        entries.reserve(entries.size() + entries.size() / 8 + 1);
+    if (slots.size() >= slots.max_load()) {
+        slots.reserve(slots.size() + slots.size() / 8 + 1);
     }
-    entries.insert(entry);
+    slots.insert(slot);
 }
 
-void KeyIndex::erase(void* entry) noexcept {
-    _table->entries.erase(entry);
-    if (_table->entries.empty()) {
+void KeyIndex::erase(void* entry, std::uint32_t hash) noexcept {
+    const auto isIt = [](void* wanted, void* candidate) { return wanted == candidate; };
+    _table->slots.erase(_table->slots.find(Query{hash, isIt, entry}));
+    if (_table->slots.empty()) {
         _table.reset();
     }
 }
 
 void KeyIndex::visit(void (*visitor)(void* context, void* entry), void* context) const {
     if (_table) {
-        for (void* entry : _table->entries) {
-            visitor(context, entry);
+        for (const Slot& slot : _table->slots) {
+            visitor(context, slot.entry());
         }
     }
 }
@@ -79,8 +102,8 @@ void KeyIndex::clear() noexcept {
 }
 
 void* KeyIndex::_find(std::uint32_t hash, Accepts accepts, void* wanted) const {
-    const auto found = _table->entries.find(Query{hash, accepts, wanted});
-    return found == _table->entries.end() ? nullptr : *found;
+    const auto found = _table->slots.find(Query{hash, accepts, wanted});
+    return found == _table->slots.end() ? nullptr : found->entry();
 }
 
 }  // namespace velm

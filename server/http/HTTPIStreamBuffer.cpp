@@ -19,7 +19,9 @@ namespace http = boost::beast::http;
 using boost::beast::error_code;
 
 constexpr std::size_t maxHeadSize = std::size_t{64} * 1024;
-constexpr std::size_t receiveSize = std::size_t{16} * 1024;
+constexpr std::size_t receiveSize = std::size_t{4} * 1024;
+/// What an unusually long head took is given back.
+constexpr std::size_t keptCapacity = std::size_t{16} * 1024;
 
 /// The transport as Beast reads from it. Failures of the network pass through Beast as exceptions.
 class ReadStream {
@@ -53,6 +55,13 @@ bool isEarlyEnd(error_code error) {
 }
 
 }  // namespace
+
+ORVGenericHTTPIStream::Buffer::~Buffer() {
+    _input.clear();
+    if (_input.capacity() > keptCapacity) {
+        _input.shrink_to_fit();
+    }
+}
 
 ORVGenericHTTPIStream::Buffer::Head ORVGenericHTTPIStream::Buffer::readHead() {
     setg(nullptr, nullptr, nullptr);

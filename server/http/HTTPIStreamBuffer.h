@@ -1,6 +1,7 @@
 #pragma once
 
 #include "foundation/http/ORVGenericHTTPIStream.h"
+#include "server/http/KeptMemory.h"
 
 #include <array>
 #include <cstddef>
@@ -21,6 +22,7 @@ public:
     using Head = boost::beast::http::response_header<>;
 
     explicit Buffer(ORVHTTPTransport& transport) : _transport(transport) {}
+    ~Buffer() override;
 
     /// Reads the next head, 1xx included.
     /// Requires: the body of the response before was read to its end.
@@ -41,8 +43,15 @@ private:
     /// Framing is read whole: one line that describes a chunk, or all trailers, must fit.
     static constexpr std::size_t _maxInput = std::size_t{256} * 1024;
 
+    struct Blocks {
+        boost::beast::flat_buffer input{_maxInput};
+        /// Nearly all answers fit.
+        std::array<char, 4096> body;
+    };
+
     ORVHTTPTransport& _transport;
-    boost::beast::flat_buffer _input{_maxInput};
+    velm::KeptMemory<Blocks> _kept;
+    boost::beast::flat_buffer& _input = _kept->input;
+    std::array<char, 4096>& _body = _kept->body;
     std::optional<Parser> _parser;
-    std::array<char, 16384> _body;
 };

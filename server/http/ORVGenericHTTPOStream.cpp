@@ -1,6 +1,7 @@
 #include "foundation/http/ORVGenericHTTPOStream.h"
 
 #include "foundation/utilities/OrvoBaseException.h"
+#include "server/http/KeptMemory.h"
 
 #include <algorithm>
 #include <charconv>
@@ -17,6 +18,11 @@
 /// nothing, so that std::flush and std::endl do no harm.
 class ORVGenericHTTPOStream::Buffer : public std::streambuf {
 public:
+    ~Buffer() override {
+        _text.clear();
+        _giveBack();
+    }
+
     void completeHeader() {
         if (!_headSize) {
             _headSize = _text.size() - _start;
@@ -114,7 +120,8 @@ private:
     /// What an unusually long message took is given back, and what several took.
     static constexpr std::size_t _keptCapacity = std::size_t{16} * 1024;
 
-    std::string _text;
+    velm::KeptMemory<std::string> _kept;
+    std::string& _text = *_kept;
     /// Where the message begins that is being written.
     std::size_t _start = 0;
     std::optional<std::size_t> _headSize;

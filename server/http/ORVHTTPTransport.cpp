@@ -313,8 +313,12 @@ void ORVHTTPTransport::closeAfterPeer(long milliseconds) noexcept {
     while (isOpen && !deadline.hasPassed()) {
         // Most peers that close do it right behind their answer: there is nothing to wait for.
         const ssize_t size = ::recv(_state->socket, dropped.data(), dropped.size(), MSG_DONTWAIT);
-        isOpen =
-            size > 0 || (size < 0 && isTransient(errno) && waitUntilReady(_state->socket, POLLIN, deadline));
+        if (size == 0) {
+            // Nobody waits on such a connection: closing the descriptor ends it soon enough.
+            _state->isClosed = true;
+            return;
+        }
+        isOpen = size > 0 || (isTransient(errno) && waitUntilReady(_state->socket, POLLIN, deadline));
     }
     close();
 }

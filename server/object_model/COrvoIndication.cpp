@@ -2,11 +2,12 @@
 
 #include "foundation/object_model/COrvoDebugTools.h"
 #include "foundation/object_model/COrvoObject.h"
+#include "foundation/object_model/OwnObject.h"
+#include "server/utilities/SpinGuard.h"
 
 #include <algorithm>
 #include <array>
 #include <string>
-#include <thread>
 #include <utility>
 
 #include <fmt/format.h>
@@ -37,6 +38,11 @@ void* contextOr(void* context, IOrvoIndication::IndicationType type) {
                    : const_cast<IOrvoIndication::ReportedKind*>(&COrvoIndication::reportedKindOf(type));
 }
 
+/// Mostly there is no list, and then nothing to count.
+ORVSmrPtr<ORVValSlist<ORVString>> shared(const ORVSmrPtr<ORVValSlist<ORVString>>& names) {
+    return names.IsNull() ? ORVSmrPtr<ORVValSlist<ORVString>>::none() : names;
+}
+
 /// Keys come from clients and providers: a line end among them must not start a second line in a log.
 std::string onOneLine(std::string_view text) {
     std::string result;
@@ -52,21 +58,6 @@ std::string onOneLine(std::string_view text) {
 }
 
 }  // namespace
-
-class COrvoIndication::ClassNamesLock {
-public:
-    explicit ClassNamesLock(std::atomic_flag& flag) noexcept : _flag(flag) {
-        while (_flag.test_and_set(std::memory_order_acquire)) {
-            std::this_thread::yield();
-        }
-    }
-    ClassNamesLock(const ClassNamesLock&) = delete;
-    ClassNamesLock& operator=(const ClassNamesLock&) = delete;
-    ~ClassNamesLock() { _flag.clear(std::memory_order_release); }
-
-private:
-    std::atomic_flag& _flag;
-};
 
 COrvoIndication::COrvoIndication(ORVSmrPtr<IOrvoObject> object, IndicationType type,
                                  ORVSmrPtr<ORVValSlist<ORVString>> changedProperties, void* context,
@@ -91,9 +82,21 @@ COrvoIndication::COrvoIndication(const IOrvoIndication& reported, IndicationType
       _classNames(ORVSmrPtr<ORVValSlist<ORVString>>::none()) {
 }
 
+COrvoIndication::COrvoIndication(const COrvoIndication& reported, IndicationType type)
+    : _object(reported._object),
+      _changedProperties(shared(reported._changedProperties)),
+      _context(reported._context),
+      _time(reported._time),
+      _type(type),
+      _intent(IntentDeliver),
+      _classNames(ORVSmrPtr<ORVValSlist<ORVString>>::none()) {
+}
+
 ORVSmrPtr<IOrvoIndication> COrvoIndication::makeDelivery(const IOrvoIndication& reported,
                                                          IndicationType type) {
-    return ORVSmrPtr<IOrvoIndication>(new COrvoIndication(reported, type));
+    const auto* own = velm::ownObject<COrvoIndication>(reported);
+    return own ? ORVSmrPtr<IOrvoIndication>::make<COrvoIndication>(*own, type)
+               : ORVSmrPtr<IOrvoIndication>::make<COrvoIndication>(reported, type);
 }
 
 COrvoIndication::~COrvoIndication() = default;
@@ -137,14 +140,18 @@ unsigned int COrvoIndication::getRoutingScope() const {
 }
 
 ORVSmrPtr<ORVValSlist<ORVString>> COrvoIndication::getClassNames() const {
-    const ClassNamesLock lock(_classNamesLock);
+    if (const auto* lent = _lentClassNames.load(std::memory_order_acquire)) {
+        return *lent;
+    }
+    const velm::SpinGuard lock(_classNamesLock);
     return _classNames;
 }
 
 void COrvoIndication::setClassNames(const ORVSmrPtr<ORVValSlist<ORVString>>& classNames) {
     ORVSmrPtr<ORVValSlist<ORVString>> former(classNames);
-    const ClassNamesLock lock(_classNamesLock);
+    const velm::SpinGuard lock(_classNamesLock);
     std::swap(_classNames, former);
+    _lentClassNames.store(nullptr, std::memory_order_release);
 }
 
 std::chrono::system_clock::time_point COrvoIndication::getTime() const {

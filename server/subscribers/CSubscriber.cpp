@@ -2,7 +2,9 @@
 
 #include "foundation/services/ORVLog.h"
 #include "server/subscribers/Settings.h"
+#include "server/utilities/SpinGuard.h"
 
+#include <new>
 #include <utility>
 
 #include <fmt/format.h>
@@ -27,13 +29,14 @@ void increment(std::atomic<std::uint64_t>& counter) {
 CSubscriber::CSubscriber(ORVSmrPtr<CSubscriberID> subscriberID, const ORVString& localHostName,
                          const ORVString& localPortNumber, ORVSmrPtr<CSubscriberNetworkConnection> connection,
                          Clock clock)
-    : _subscriberID(subscriberID),
+    : _maxQueued(velm::subscriberSetting("MaxQueuedIndications", defaultMaxQueued)),
+      _subscriberID(subscriberID),
+      _identity(_subscriberID.Get()),
       _localHostName(localHostName),
       _localPortNumber(localPortNumber),
       _connection(connection),
       _clock(clock),
       _timeout(velm::subscriberSetting("SubscriberTimeout", defaultTimeout)),
-      _maxQueued(velm::subscriberSetting("MaxQueuedIndications", defaultMaxQueued)),
       _canExpire(!connection.IsNull()),
       _lastSign(clock().time_since_epoch().count()) {
 }
@@ -44,21 +47,18 @@ void CSubscriber::notify(ORVSmrPtr<IOrvoIndication> indication) {
     auto dropped = ORVSmrPtr<IOrvoIndication>::none();
     bool isFirstDrop = false;
     {
-        std::lock_guard<std::mutex> lock(_queueLock);
-        _queue.append(std::move(indication));
+        const velm::SpinGuard lock(_queueLock);
+        _queue.push(std::move(indication));
         _hasQueued.store(true, std::memory_order_relaxed);
         increment(_queuedCount);
-        if (_maxQueued != 0 && _queue.entries() > _maxQueued) {
-            dropped = _queue.removeAt(0);
+        if (_maxQueued != 0 && _queue.size() > _maxQueued) {
+            dropped = _queue.pop();
             increment(_droppedCount);
             isFirstDrop = ++_droppedInBurst == 1;
         }
     }
     if (isFirstDrop) {
-        logDropping(
-            "CSubscriber::notify",
-            fmt::format("The queue of the subscriber '{}' is full ({} indications), dropping the oldest.",
-                        _subscriberID->toString().view(), _maxQueued));
+        _logDropping();
     }
 }
 
@@ -66,25 +66,50 @@ CSubscriber::IndicationList CSubscriber::getIndications() {
     if (!_hasQueued.load(std::memory_order_relaxed)) {
         return IndicationList::none();
     }
-    const IndicationList indications(new ORVValSlist<ORVSmrPtr<IOrvoIndication>>);
+    IndicationList indications(new ORVValSlist<ORVSmrPtr<IOrvoIndication>>);
+    velm::IndicationQueue taken;
     std::uint64_t dropped = 0;
     {
-        std::lock_guard<std::mutex> lock(_queueLock);
-        std::swap(*indications, _queue);
+        const velm::SpinGuard lock(_queueLock);
+        taken.swap(_queue);
         std::swap(dropped, _droppedInBurst);
         _hasQueued.store(false, std::memory_order_relaxed);
     }
-    if (dropped != 0) {
-        logDropping("CSubscriber::getIndications",
-                    fmt::format("The queue of the subscriber '{}' is empty again, indications dropped: {}.",
-                                _subscriberID->toString().view(), dropped));
+    const std::size_t count = taken.size();
+    try {
+        while (!taken.isEmpty()) {
+            indications->append(taken.pop());
+        }
+    } catch (const std::bad_alloc&) {
+        _countLost(count);
+        throw;
     }
-    return indications->isEmpty() ? IndicationList::none() : indications;
+    if (dropped != 0) {
+        _logEndOfBurst(dropped);
+    }
+    return count == 0 ? IndicationList::none() : indications;
+}
+
+void CSubscriber::_countLost(std::size_t lost) noexcept {
+    const velm::SpinGuard lock(_queueLock);
+    _droppedCount.fetch_add(lost, std::memory_order_relaxed);
+}
+
+void CSubscriber::_logDropping() const {
+    logDropping("CSubscriber::notify",
+                fmt::format("The queue of the subscriber '{}' is full ({} indications), dropping the oldest.",
+                            _subscriberID->toString().view(), _maxQueued));
+}
+
+void CSubscriber::_logEndOfBurst(std::uint64_t dropped) const {
+    logDropping("CSubscriber::getIndications",
+                fmt::format("The queue of the subscriber '{}' is empty again, indications dropped: {}.",
+                            _subscriberID->toString().view(), dropped));
 }
 
 std::size_t CSubscriber::getWaitingCount() {
-    std::lock_guard<std::mutex> lock(_queueLock);
-    return _queue.entries();
+    const velm::SpinGuard lock(_queueLock);
+    return _queue.size();
 }
 
 void CSubscriber::updateTimeStamp() {

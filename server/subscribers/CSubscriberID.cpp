@@ -52,7 +52,11 @@ bool operator==(const CSubscriberID& left, const CSubscriberID& right) noexcept 
         return false;
     }
     if (left._folded[0] != tooLong || right._folded[0] != tooLong) {
-        return std::memcmp(left._folded.data(), right._folded.data(), left._folded.size()) == 0;
+        // No more than is there: the rest may lie on another cache line.
+        const std::size_t length = std::size_t{2} + static_cast<unsigned char>(left._folded[0]) +
+                                   static_cast<unsigned char>(left._folded[1]);
+        return std::memcmp(left._folded.data(), right._folded.data(),
+                           std::min(length, left._folded.size())) == 0;
     }
     return left._portNumber.compareTo(right._portNumber) == 0 &&
            left._hostName.compareTo(right._hostName, ORVString::caseInsensitive) == 0;

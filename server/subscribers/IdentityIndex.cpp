@@ -17,16 +17,30 @@ struct Entry {
     bool isOf(const CSubscriberID& wanted) const noexcept { return id == &wanted || *id == wanted; }
 };
 
-/// The entries of one hash: nearly always one, which costs no memory of its own.
+using Several = std::vector<Entry>;
+
+/// The entries of one hash: nearly always one, which stands here. Without an identity, the place is that of a
+/// list of several, in order of addition.
 struct Slot {
-    /// In order of addition. Empty when there is one entry only.
-    std::unique_ptr<std::vector<Entry>> several;
-    Entry one{};
+    Entry one;
+
+    Several* several() const noexcept { return one.id ? nullptr : static_cast<Several*>(one.place); }
+    const Entry* begin() const noexcept { return one.id ? &one : several()->data(); }
+    const Entry* end() const noexcept { return begin() + (one.id ? 1 : several()->size()); }
 };
 
 }  // namespace
 
 struct IdentityIndex::Table {
+    Table() = default;
+    Table(const Table&) = delete;
+    Table& operator=(const Table&) = delete;
+    ~Table() {
+        for (const auto& [hash, slot] : slots) {
+            delete slot.several();
+        }
+    }
+
     boost::unordered_flat_map<std::uint32_t, Slot> slots;
 };
 
@@ -37,25 +51,26 @@ IdentityIndex::~IdentityIndex() = default;
 
 void IdentityIndex::add(const CSubscriberID& id, void* place) {
     const Entry entry{&id, place};
-    const auto [found, isNew] = _table->slots.try_emplace(hashKeySubscriberID(id));
-    Slot& slot = found->second;
+    const auto [found, isNew] = _table->slots.try_emplace(hashKeySubscriberID(id), Slot{entry});
     if (isNew) {
-        slot.one = entry;
-    } else if (slot.several) {
-        slot.several->push_back(entry);
+        return;
+    }
+    Slot& slot = found->second;
+    if (Several* several = slot.several()) {
+        several->push_back(entry);
     } else {
-        slot.several = std::make_unique<std::vector<Entry>>(std::initializer_list<Entry>{slot.one, entry});
+        slot.one = {nullptr, new Several{slot.one, entry}};
     }
 }
 
 void IdentityIndex::remove(const CSubscriberID& id, void* place) noexcept {
     const auto found = _table->slots.find(hashKeySubscriberID(id));
-    Slot& slot = found->second;
-    if (slot.several) {
-        std::erase_if(*slot.several, [place](const Entry& entry) { return entry.place == place; });
-        if (!slot.several->empty()) {
+    if (Several* several = found->second.several()) {
+        std::erase_if(*several, [place](const Entry& entry) { return entry.place == place; });
+        if (!several->empty()) {
             return;
         }
+        delete several;
     }
     _table->slots.erase(found);
 }
@@ -66,12 +81,18 @@ void* IdentityIndex::find(const CSubscriberID& id, Accepts accepts, const void* 
         return nullptr;
     }
     const Slot& slot = found->second;
-    const Entry* first = slot.several ? slot.several->data() : &slot.one;
-    const Entry* last = first + (slot.several ? slot.several->size() : 1);
-    const Entry* entry = std::find_if(first, last, [&](const Entry& candidate) {
+    const Entry* entry = std::find_if(slot.begin(), slot.end(), [&](const Entry& candidate) {
         return candidate.isOf(id) && (!accepts || accepts(wanted, candidate.place));
     });
-    return entry == last ? nullptr : entry->place;
+    return entry == slot.end() ? nullptr : entry->place;
+}
+
+void IdentityIndex::visit(void (*visitor)(void* context, void* place), void* context) const {
+    for (const auto& [hash, slot] : _table->slots) {
+        for (const Entry& entry : slot) {
+            visitor(context, entry.place);
+        }
+    }
 }
 
 }  // namespace velm

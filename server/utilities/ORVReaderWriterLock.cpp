@@ -27,8 +27,8 @@ struct Hold {
     unsigned int writes;
 };
 
-/// The locks that one thread holds. Trivially destructible, so that locks work while a thread or the process
-/// ends.
+/// The locks that one thread holds, and its number. Trivially destructible, so that locks work while a thread
+/// or the process ends.
 class Holds {
 public:
     Hold* find(const void* lock) noexcept {
@@ -60,31 +60,32 @@ public:
                                                       [rank](const Hold& hold) { return hold.rank > rank; });
     }
 
+    /// Neighbouring threads have different numbers.
+    std::size_t threadNumber() noexcept {
+        if (_threadNumber == 0) {
+            static constinit std::atomic<std::size_t> next{1};
+            _threadNumber = next.fetch_add(1, std::memory_order_relaxed);
+        }
+        return _threadNumber;
+    }
+
 private:
     std::array<Hold, 16> _holds{};
     std::size_t _count = 0;
     std::size_t _ranked = 0;
+    std::size_t _threadNumber = 0;
 };
 
-constinit thread_local Holds holds;
+/// In a shared library each look for it is a call, so that each operation looks once.
+constinit thread_local Holds holdsOfThread;
 
-/// The readers of those threads that share a slot.
-struct alignas(cacheLine) Slot {
+/// The readers of those threads that share a slot. Processors fetch lines in pairs.
+struct alignas(2 * cacheLine) Slot {
     std::atomic<std::uint32_t> readers{0};
 };
 
 std::size_t countSlots() {
     return std::bit_ceil(std::clamp<std::size_t>(std::thread::hardware_concurrency(), 4, 128));
-}
-
-/// Neighbouring threads get different slots of every lock.
-std::size_t numberOfThisThread() noexcept {
-    static constinit std::atomic<std::size_t> next{1};
-    static constinit thread_local std::size_t number = 0;
-    if (number == 0) {
-        number = next.fetch_add(1, std::memory_order_relaxed);
-    }
-    return number;
 }
 
 }  // namespace
@@ -115,7 +116,7 @@ struct ORVReaderWriterLock::State {
     unsigned int admittedReaders = 0;
     std::uint64_t admissions = 0;
 
-    Slot& slotOfThisThread() const noexcept { return slots[numberOfThisThread() & slotMask]; }
+    Slot& slotOf(Holds& mine) const noexcept { return slots[mine.threadNumber() & slotMask]; }
 
     bool hasReaders() const noexcept {
         return std::any_of(&slots[0], &slots[0] + slotMask + 1, [](const Slot& slot) {
@@ -123,16 +124,16 @@ struct ORVReaderWriterLock::State {
         });
     }
 
-    void enterAsReader() {
-        slotOfThisThread().readers.fetch_add(1, std::memory_order_seq_cst);
+    void enterAsReader(Slot& slot) {
+        slot.readers.fetch_add(1, std::memory_order_seq_cst);
         if (gateIsClosed.load(std::memory_order_seq_cst)) {
-            leaveAsReader();
-            queueAsReader();
+            leaveAsReader(slot);
+            queueAsReader(slot);
         }
     }
 
-    void leaveAsReader() noexcept {
-        slotOfThisThread().readers.fetch_sub(1, std::memory_order_seq_cst);
+    void leaveAsReader(Slot& slot) noexcept {
+        slot.readers.fetch_sub(1, std::memory_order_seq_cst);
         if (gateIsClosed.load(std::memory_order_seq_cst)) {
             // The empty critical section keeps the wake-up from falling between the writer's look and its
             // wait.
@@ -141,7 +142,7 @@ struct ORVReaderWriterLock::State {
         }
     }
 
-    void queueAsReader() {
+    void queueAsReader(Slot& slot) {
         std::unique_lock lock(mutex);
         if (writers != 0) {
             ++waitingReaders;
@@ -150,7 +151,7 @@ struct ORVReaderWriterLock::State {
                 writersTurn.notify_one();
             }
         }
-        slotOfThisThread().readers.fetch_add(1, std::memory_order_seq_cst);
+        slot.readers.fetch_add(1, std::memory_order_seq_cst);
     }
 
     void enterAsWriter() {
@@ -179,9 +180,9 @@ struct ORVReaderWriterLock::State {
     }
 
     /// What must be true of a thread that takes this lock for the first time.
-    void checkFirstHold() const {
-        assert(holds.mayTake(rank) && "locks are nested in the order of their ranks");
-        if (holds.isFull()) {
+    void checkFirstHold(const Holds& mine) const {
+        assert(mine.mayTake(rank) && "locks are nested in the order of their ranks");
+        if (mine.isFull()) {
             throw OrvoBaseException("ORVReaderWriterLock", "utilities", "This thread holds too many locks",
                                     0);
         }
@@ -196,27 +197,30 @@ ORVReaderWriterLock::~ORVReaderWriterLock() {
 }
 
 void ORVReaderWriterLock::getReadLock() const {
-    if (Hold* hold = holds.find(_state.get())) {
+    Holds& mine = holdsOfThread;
+    if (Hold* hold = mine.find(_state.get())) {
         ++hold->reads;
         return;
     }
-    _state->checkFirstHold();
-    _state->enterAsReader();
-    holds.add({_state.get(), _state->rank, 1, 0});
+    _state->checkFirstHold(mine);
+    _state->enterAsReader(_state->slotOf(mine));
+    mine.add({_state.get(), _state->rank, 1, 0});
 }
 
 void ORVReaderWriterLock::releaseReadLock() const {
-    Hold* hold = holds.find(_state.get());
+    Holds& mine = holdsOfThread;
+    Hold* hold = mine.find(_state.get());
     assert(hold && hold->reads != 0 && "this thread holds the lock for reading");
     if (!hold || hold->reads == 0 || --hold->reads != 0 || hold->writes != 0) {
         return;
     }
-    holds.remove(hold);
-    _state->leaveAsReader();
+    mine.remove(hold);
+    _state->leaveAsReader(_state->slotOf(mine));
 }
 
 void ORVReaderWriterLock::getWriteLock() const {
-    if (Hold* hold = holds.find(_state.get())) {
+    Holds& mine = holdsOfThread;
+    if (Hold* hold = mine.find(_state.get())) {
         assert(hold->writes != 0 && "a reader does not ask for the write lock");
         if (hold->writes == 0) {
             throw OrvoBaseException("ORVReaderWriterLock::getWriteLock", "utilities",
@@ -225,35 +229,36 @@ void ORVReaderWriterLock::getWriteLock() const {
         ++hold->writes;
         return;
     }
-    _state->checkFirstHold();
+    _state->checkFirstHold(mine);
     _state->enterAsWriter();
-    holds.add({_state.get(), _state->rank, 0, 1});
+    mine.add({_state.get(), _state->rank, 0, 1});
 }
 
 void ORVReaderWriterLock::releaseWriteLock() const {
-    Hold* hold = holds.find(_state.get());
+    Holds& mine = holdsOfThread;
+    Hold* hold = mine.find(_state.get());
     assert(hold && hold->writes != 0 && "this thread holds the lock for writing");
     if (!hold || hold->writes == 0 || --hold->writes != 0) {
         return;
     }
     if (hold->reads != 0) {
         // The thread keeps on reading: it becomes a reader like any other before the next writer can come in.
-        _state->slotOfThisThread().readers.fetch_add(1, std::memory_order_seq_cst);
+        _state->slotOf(mine).readers.fetch_add(1, std::memory_order_seq_cst);
     } else {
-        holds.remove(hold);
+        mine.remove(hold);
     }
     _state->leaveAsWriter();
 }
 
 bool ORVReaderWriterLock::isHeldByThisThread() const noexcept {
-    return holds.find(_state.get()) != nullptr;
+    return holdsOfThread.find(_state.get()) != nullptr;
 }
 
 bool ORVReaderWriterLock::isHeldForWritingByThisThread() const noexcept {
-    const Hold* hold = holds.find(_state.get());
+    const Hold* hold = holdsOfThread.find(_state.get());
     return hold && hold->writes != 0;
 }
 
 bool ORVReaderWriterLock::thisThreadHoldsRankedLock() noexcept {
-    return holds.hasRanked();
+    return holdsOfThread.hasRanked();
 }

@@ -105,7 +105,11 @@ struct ORVString::Buffer : Text {
         if (tailLength) {
             new (memory) Text(*tailLength, true, false);
         }
-        auto* buffer = new (memory + before) Buffer(length, false, tailLength != nullptr);
+        return makeIn(memory + before, length, tailLength != nullptr);
+    }
+
+    static Buffer* makeIn(char* memory, std::size_t length, bool hasTail) noexcept {
+        auto* buffer = new (memory) Buffer(length, false, hasTail);
         buffer->all()[length] = '\0';
         return buffer;
     }
@@ -189,6 +193,11 @@ ORVString ORVString::withTail(std::string_view text, std::size_t tailStart) {
 
 ORVString ORVString::tail() const noexcept {
     return ORVString(_text && !_text->isTail ? Buffer::share(_text->buffer()->tail()) : nullptr);
+}
+
+std::string_view ORVString::tailView() const noexcept {
+    Text* tail = _text && !_text->isTail ? _text->buffer()->tail() : nullptr;
+    return tail ? tail->view() : std::string_view("");
 }
 
 std::size_t ORVString::length() const noexcept {
@@ -291,3 +300,24 @@ std::uint32_t hashKeyORVStringToLower(const ORVString& key) noexcept {
     }
     return cachedHashOf<text::lower>(key.view(), key._text->buffer()->lowerHash);
 }
+
+namespace velm {
+
+JoinedString::JoinedString(std::string_view first, char separator, std::string_view second) {
+    using Buffer = ORVString::Buffer;
+    const std::size_t length = first.size() + 1 + second.size();
+    const bool fits = sizeof(Buffer) + length < _memory.size();
+    Buffer* buffer = fits ? Buffer::makeIn(_memory.data(), length, false) : Buffer::make(length);
+    char* end = std::copy(first.begin(), first.end(), buffer->all());
+    *end = separator;
+    std::copy(second.begin(), second.end(), end + 1);
+    _string._text = buffer;
+}
+
+JoinedString::~JoinedString() {
+    if (static_cast<void*>(_string._text) == _memory.data()) {
+        _string._text = nullptr;
+    }
+}
+
+}  // namespace velm

@@ -5,6 +5,7 @@
 #include "CIMOM_Indications/CIMOMDestructionIndicationFilter.h"
 #include "CIMOM_Indications/CIMOMEnterAssociationIndicationFilter.h"
 #include "CIMOM_Indications/CIMOMRemoveIndicationFilter.h"
+#include "CIMOM_Indications/RoutedIndication.h"
 #include "foundation/utilities/OrvoBaseException.h"
 #include "tests/support/ModelBuilders.h"
 #include "tests/unit/CIMOM_Indications/RegistryFixtures.h"
@@ -33,6 +34,35 @@ protected:
     const ORVSmrPtr<IOrvoInstanceName> directoryName = makeInstanceName("CIM_Directory", "/home");
     const ORVSmrPtr<IOrvoInstanceName> fileName = makeInstanceName("CIM_File", "/home/a");
 };
+
+/// A filter of an association kind that has its own idea of what it wants.
+class PickyAddition : public CCIMOMAdditionIndicationFilter {
+public:
+    using CCIMOMAdditionIndicationFilter::CCIMOMAdditionIndicationFilter;
+    bool match(const ORVSmrPtr<IOrvoIndication>&) override { return wants; }
+    bool wants = false;
+};
+
+TEST_F(AssociationIndicationFilter, IsKnown_WhenItsOperationsAreThoseOfItsClass) {
+    const Addition addition(files.directory, none, files.file, none);
+    const PickyAddition picky(files.directory, none, files.file, none);
+    for (int asked = 0; asked < 2; ++asked) {
+        EXPECT_EQ(velm::knownAssociation(addition), &addition);
+        EXPECT_EQ(velm::knownAssociation(picky), nullptr);
+        EXPECT_EQ(velm::knownAssociation(CCIMOMCreationIndicationFilter()), nullptr);
+    }
+}
+
+TEST_F(AssociationIndicationFilter, IsAskedItself_WhenAnotherClassHasItsOwnIdea) {
+    const auto creation = makeContainment(IOrvoIndication::IndicationCreation);
+    velm::RoutedIndication routed(creation);
+    Addition addition(files.directory, none, files.file, none);
+    EXPECT_TRUE(velm::matches(addition, routed));
+    PickyAddition picky(files.directory, none, files.file, none);
+    EXPECT_FALSE(velm::matches(picky, routed));
+    picky.wants = true;
+    EXPECT_TRUE(velm::matches(picky, routed));
+}
 
 TEST_F(AssociationIndicationFilter, AnswersAnEmptyText_WhenNoKeysWereNamed) {
     const Addition filter(files.directory, none, files.file, "");

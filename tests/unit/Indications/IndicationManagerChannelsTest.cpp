@@ -174,6 +174,7 @@ TEST_F(NotificationChannel, SaysSoAndThrowsTheFirstFailure_WhenTheRemovalFailsTo
     class StubbornManager : public CIndicationManager {
     public:
         using CIndicationManager::CIndicationManager;
+        ~StubbornManager() override { CIndicationManagerInspector{*this}.detachThreads(); }
         void removeSubscriber(const CSubscriberID&, bool, bool) override {
             throw std::runtime_error("stubborn");
         }

@@ -51,6 +51,8 @@ struct CIndicationManagerInspector {
                              ORVSmrPtr<IOrvoValue> right, IOrvoIndication::IndicationType type) const {
         manager._subscribeToProvider(source, left, right, type);
     }
+    /// What a derived class does first when it is destroyed: the manager's threads call virtual operations.
+    void detachThreads() const { manager._detachSelfHandles(); }
     /// Puts another delivery thread in the place of the manager's own.
     void replaceNotifier(CIndicationNotifier* notifier) const {
         manager._indicationNotifer->detachManager();

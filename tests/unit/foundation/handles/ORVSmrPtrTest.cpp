@@ -6,6 +6,7 @@
 #include <atomic>
 #include <string>
 #include <thread>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -316,6 +317,18 @@ TEST_F(SmrPtr, DeletesAnObjectInTheBlockOfItsRecord_WhenTheLastHandleIsOfAnother
     EXPECT_EQ(destroyed, 0);
     EXPECT_EQ(target->number, 0);
     target = nullptr;
+    EXPECT_EQ(destroyed, 2);
+}
+
+TEST_F(SmrPtr, DeletesADerivedObjectInTheBlockOfItsRecord) {
+    auto made = ORVSmrPtr<Base>::make<Both>();
+    static_assert(std::is_same_v<decltype(made), ORVSmrPtr<Base>>);
+    ORVSmrPtr<Unrelated> other;
+    ForceCopySmrPtr(other, made);
+    EXPECT_NE(static_cast<void*>(made), static_cast<void*>(other));
+    made = nullptr;
+    EXPECT_EQ(destroyed, 0);
+    other = nullptr;
     EXPECT_EQ(destroyed, 2);
 }
 

@@ -166,6 +166,31 @@ TEST(Indication, IsMadeForDelivery_WithWhatWasReported) {
     EXPECT_EQ(outgoing->getClassNames(), classes);
 }
 
+TEST(Indication, AnswersLentClassNames_UntilOthersAreSet) {
+    static const auto& everlasting = *new ORVSmrPtr<ORVValSlist<ORVString>>(names({"CIM_File", "*"}));
+    auto indication = reported(IOrvoIndication::IndicationChange);
+    const auto own = names({"*"});
+    indication.setClassNames(own);
+    indication.lendClassNames(everlasting);
+    EXPECT_EQ(indication.getClassNames(), everlasting);
+    indication.setClassNames(own);
+    EXPECT_EQ(indication.getClassNames(), own);
+}
+
+TEST(Indication, LendsClassNames_WhileOthersReadThem) {
+    static const auto& everlasting = *new ORVSmrPtr<ORVValSlist<ORVString>>(names({"*"}));
+    auto indication = reported(IOrvoIndication::IndicationChange);
+    const std::jthread lender([&indication] {
+        for (int round = 0; round < 1000; ++round) {
+            indication.lendClassNames(everlasting);
+        }
+    });
+    for (int round = 0; round < 1000; ++round) {
+        const auto classes = indication.getClassNames();
+        ASSERT_TRUE(classes.IsNull() || classes == everlasting);
+    }
+}
+
 TEST(Indication, TakesClassNames_WhileOthersReadThem) {
     auto indication = reported(IOrvoIndication::IndicationChange);
     std::vector<std::jthread> threads;

@@ -246,6 +246,38 @@ TEST(StringTail, BehavesAsAnyString) {
     }
 }
 
+TEST(StringTail, LendsItsBytes) {
+    EXPECT_EQ(ORVString::withTail("root:A.k=1"sv, 7).tailView(), "k=1");
+    EXPECT_EQ(ORVString::withTail("abc"sv, 3).tailView(), "");
+    EXPECT_EQ(ORVString("abc").tailView(), "");
+    EXPECT_EQ(null.tailView(), "");
+    EXPECT_EQ(ORVString::withTail("abc"sv, 1).tail().tailView(), "");
+}
+
+TEST(JoinedString, IsTheStringOfBothParts_WhateverTheirLength) {
+    std::mt19937 random(8);
+    for (int round = 0; round < 2'000; ++round) {
+        const std::string first(random() % 200, 'a');
+        const std::string second = randomText(random);
+        const velm::JoinedString joined(first, ':', second);
+        const ORVString plain = str(first + ":" + second);
+        ASSERT_EQ(joined.string(), plain);
+        ASSERT_EQ(joined.string().data()[plain.length()], '\0');
+        ASSERT_EQ(hashKeyORVString(joined.string()), hashKeyORVString(plain));
+        ASSERT_EQ(joined.string(), plain) << "also once both are hashed";
+        ASSERT_EQ(hashKeyORVStringToLower(joined.string()), hashKeyORVStringToLower(plain));
+    }
+}
+
+TEST(JoinedString, LendsCopiesAsLongAsItLives) {
+    const velm::JoinedString joined("CIM_File", ':', "Id=\"1\"");
+    {
+        const ORVString copy = joined.string();  // NOLINT(performance-unnecessary-copy-initialization)
+        EXPECT_EQ(copy, "CIM_File:Id=\"1\"");
+    }
+    EXPECT_EQ(joined.string(), "CIM_File:Id=\"1\"");
+}
+
 TEST(String, ComparesAsByteByByte_WhateverTheTexts) {
     std::mt19937 random(1);
     for (int round = 0; round < 100'000; ++round) {
