@@ -12,8 +12,6 @@
 #include "foundation/utilities/ORVXMLError.h"
 #include "foundation/utilities/OrvoBaseException.h"
 
-#include <cstddef>
-#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -134,32 +132,33 @@ bool isGoodAnswer(const ORVCIMMessage& message, const ORVString& host, const ORV
 
 }  // namespace
 
-unsigned int CIndicationNotifier::CDelivery::_fireindications(ORVSmrPtr<CSubscriber>& subscriber,
-                                                              IndicationList& indications) {
-    const unsigned int count = indications->entries();
-    unsigned int delivered = 0;
-    auto connection = subscriber->getNetworkConnection();
-    if (connection.IsNull()) {
-        velm::QueueLookahead lookahead(*indications);
-        for (ORVValSlistIterator<ORVSmrPtr<IOrvoIndication>> iter(*indications); ++iter; ++delivered) {
-            lookahead.step();
-            _inHand = count - delivered;
-            if (!_fireNonPersistent(subscriber, iter.key())) {
-                break;
-            }
+void CIndicationNotifier::CDelivery::_fireindications(ORVSmrPtr<CSubscriber>& subscriber,
+                                                      IndicationList& indications) {
+    unsigned int waiting = indications->entries();
+    velm::QueueLookahead lookahead(*indications);
+    for (ORVValSlistIterator<ORVSmrPtr<IOrvoIndication>> iter(*indications); ++iter;) {
+        lookahead.step();
+        _inHand = waiting--;
+        if (_fire(subscriber, iter.key())) {
+            continue;
         }
-    } else {
-        delivered = _firePersistent(subscriber, indications, connection);
+        if (waiting != 0) {
+            const auto id = subscriber->getSubscriberID();
+            logDeliveryLine("CIndicationNotifier::_fireindications",
+                            "Dropped " + ORVString(std::to_string(waiting)) + " indication(s) queued for " +
+                                nameOf(id->getHostName(), id->getPortNumber()) +
+                                " because an earlier one failed",
+                            OrvoTraceLog::SeverityDetail);
+        }
+        return;
     }
-    if (delivered + 1 < count) {
-        const auto id = subscriber->getSubscriberID();
-        logDeliveryLine("CIndicationNotifier::_fireindications",
-                        "Dropped " + ORVString(std::to_string(count - delivered - 1)) +
-                            " indication(s) queued for " + nameOf(id->getHostName(), id->getPortNumber()) +
-                            " because an earlier one failed",
-                        OrvoTraceLog::SeverityDetail);
-    }
-    return delivered;
+}
+
+bool CIndicationNotifier::CDelivery::_fire(ORVSmrPtr<CSubscriber>& subscriber,
+                                           ORVSmrPtr<IOrvoIndication>& indication) {
+    auto connection = subscriber->getNetworkConnection();
+    return connection.IsNull() ? _fireNonPersistent(subscriber, indication)
+                               : _firePersistent(subscriber, indication, connection);
 }
 
 bool CIndicationNotifier::CDelivery::_fireNonPersistent(ORVSmrPtr<CSubscriber>& subscriber,
@@ -197,105 +196,29 @@ bool CIndicationNotifier::CDelivery::_fireNonPersistent(ORVSmrPtr<CSubscriber>& 
     return isDelivered;
 }
 
-/// The way of a list of indications through a channel's stream, which holds them back until there are enough
-/// for a write.
-class CIndicationNotifier::CDelivery::ChannelBatch {
-public:
-    ChannelBatch(CDelivery& delivery, CSubscriber& subscriber, ORVValSlist<ORVSmrPtr<IOrvoIndication>>& list)
-        : _delivery(delivery),
-          _host(subscriber.getSubscriberID()->getHostName()),
-          _port(subscriber.getSubscriberID()->getPortNumber()),
-          _localHost(subscriber.getLocalHostName()),
-          _localPort(subscriber.getLocalPortNumber()),
-          _count(list.entries()),
-          _lookahead(list),
-          _written(list),
-          _settled(list) {}
+bool CIndicationNotifier::CDelivery::_firePersistent(ORVSmrPtr<CSubscriber>& subscriber,
+                                                     ORVSmrPtr<IOrvoIndication>& indication,
+                                                     ORVSmrPtr<CSubscriberNetworkConnection>& connection) {
+    ORVString host = subscriber->getSubscriberID()->getHostName();
+    ORVString port = subscriber->getSubscriberID()->getPortNumber();
+    ORVString localHost = subscriber->getLocalHostName();
+    ORVString localPort = subscriber->getLocalPortNumber();
 
-    /// Throws why an indication could not be sent; those before it are delivered then.
-    void send(ORVGenericHTTPOStream& stream) {
-        const Settling settling(*this, stream);
-        while (++_written) {
-            _lookahead.step();
-            try {
-                _write(stream, _written.key());
-            } catch (...) {
-                stream.discard();
-                stream.sendHeld();
-                throw;
-            }
-            if (stream.getHeldSize() >= _usualWrite) {
-                stream.sendHeld();
-                settling.settle();
-            }
-        }
-        stream.sendHeld();
-    }
-
-    ORVString destination() const { return nameOf(_host, _port); }
-    unsigned int delivered() const { return _delivered; }
-
-private:
-    /// Records what has gone out, last when it is left.
-    class Settling {
-    public:
-        Settling(ChannelBatch& batch, ORVGenericHTTPOStream& stream)
-            : _batch(batch), _stream(stream), _before(stream.getHeldAndSentCount()) {
-            settle();
-        }
-        Settling(const Settling&) = delete;
-        Settling& operator=(const Settling&) = delete;
-        ~Settling() { settle(); }
-
-        void settle() const { _batch._settle(_stream.getHeldAndSentCount() - _before); }
-
-    private:
-        ChannelBatch& _batch;
-        ORVGenericHTTPOStream& _stream;
-        const std::uint64_t _before;
-    };
-
-    void _write(ORVGenericHTTPOStream& stream, ORVSmrPtr<IOrvoIndication>& indication) {
-        _delivery._firePersistentHTTPHeader(&stream);
-        _delivery._fireXMLHeader(&stream, indication, true);
-        _delivery._fireXML(&stream, indication, _localHost, _localPort, true);
-        _delivery._fireXMLTrailer(&stream, indication, true);
-    }
-
-    void _settle(std::uint64_t delivered) {
-        for (; _delivered < delivered && ++_settled; ++_delivered) {
-            _delivery._logIndication(_host, _port, _settled.key());
-        }
-        _delivery._inHand = _count - _delivered;
-    }
-
-    /// Beyond this, one write more costs little beside the bytes.
-    static constexpr std::size_t _usualWrite = std::size_t{32} * 1024;
-
-    CDelivery& _delivery;
-    ORVString _host;
-    ORVString _port;
-    ORVString _localHost;
-    ORVString _localPort;
-    const unsigned int _count;
-    velm::QueueLookahead _lookahead;
-    ORVValSlistIterator<ORVSmrPtr<IOrvoIndication>> _written;
-    ORVValSlistIterator<ORVSmrPtr<IOrvoIndication>> _settled;
-    unsigned int _delivered = 0;
-};
-
-unsigned int CIndicationNotifier::CDelivery::_firePersistent(
-    ORVSmrPtr<CSubscriber>& subscriber, IndicationList& indications,
-    ORVSmrPtr<CSubscriberNetworkConnection>& connection) {
-    ChannelBatch batch(*this, *subscriber, *indications);
+    bool isDelivered = false;
     ORVSmrPtr<ORVGenericHTTPOStream> stream;
     try {
         stream = connection->getOutputStream();
-        batch.send(*stream);
+        std::ostream* out = &*stream;
+        _firePersistentHTTPHeader(out);
+        _fireXMLHeader(out, indication, true);
+        _fireXML(out, indication, localHost, localPort, true);
+        _fireXMLTrailer(out, indication, true);
+        isDelivered = true;
+        _logIndication(host, port, indication);
     } catch (...) {
         handleFailure([&] {
             // Scripts that watch the log tell the two ways apart by the blank in this text.
-            logFireFailure(batch.destination(),
+            logFireFailure(nameOf(host, port),
                            "Caught an Unknown exception attempting to stream an indication to ");
             if (!stream.IsNull()) {
                 // The manager may keep the subscriber: its next message must not begin inside this one.
@@ -304,7 +227,7 @@ unsigned int CIndicationNotifier::CDelivery::_firePersistent(
             _removeSubscriber(*subscriber, true, true);
         });
     }
-    return batch.delivered();
+    return isDelivered;
 }
 
 void CIndicationNotifier::CDelivery::_firePersistentHTTPHeader(std::ostream* out) {
@@ -329,10 +252,9 @@ void CIndicationNotifier::CDelivery::_fireXML(std::ostream* out, ORVSmrPtr<IOrvo
 
 void CIndicationNotifier::CDelivery::_fireXMLTrailer(std::ostream* out,
                                                      ORVSmrPtr<IOrvoIndication>& /*indication*/,
-                                                     bool persistent) {
+                                                     bool /*persistent*/) {
     CIMUtil::StreamMessageTrailer(*out);
-    auto& stream = dynamic_cast<ORVGenericHTTPOStream&>(*out);
-    persistent ? stream.hold() : stream.send();
+    dynamic_cast<ORVGenericHTTPOStream&>(*out).send();
 }
 
 void CIndicationNotifier::CDelivery::_handleFireResponse(std::istream* in, ORVString& host, ORVString& port) {

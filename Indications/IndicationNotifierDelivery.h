@@ -53,20 +53,18 @@ protected:
     /// Sends what the current subscribers have queued. Throws what keeps it from going on.
     void _pass();
 
-    /// Sends `indications` in order on the way that the subscriber chose, up to and including the first that
-    /// fails; answers how many were delivered. Throws only when the subscriber has no identity to send to.
-    unsigned int _fireindications(ORVSmrPtr<CSubscriber>& subscriber, IndicationList& indications);
+    /// Sends `indications` in order, up to and including the first that fails.
+    void _fireindications(ORVSmrPtr<CSubscriber>& subscriber, IndicationList& indications);
 
-    /// Sends one indication in a request of its own; answers whether it was delivered.
+    /// Sends one indication on the way that the subscriber chose; answers whether it was delivered. Throws
+    /// only when the subscriber has no identity to send to.
+    bool _fire(ORVSmrPtr<CSubscriber>& subscriber, ORVSmrPtr<IOrvoIndication>& indication);
     bool _fireNonPersistent(ORVSmrPtr<CSubscriber>& subscriber, ORVSmrPtr<IOrvoIndication>& indication);
+    bool _firePersistent(ORVSmrPtr<CSubscriber>& subscriber, ORVSmrPtr<IOrvoIndication>& indication,
+                         ORVSmrPtr<CSubscriberNetworkConnection>& connection);
 
-    /// Sends the indications on the subscriber's channel, several in one write, and answers as
-    /// _fireindications() does. Each is delivered once its last byte is in the channel.
-    unsigned int _firePersistent(ORVSmrPtr<CSubscriber>& subscriber, IndicationList& indications,
-                                 ORVSmrPtr<CSubscriberNetworkConnection>& connection);
-
-    /// The parts of a message. Where one needs an ORVGenericHTTPOStream it throws std::bad_cast otherwise.
-    /// The trailer ends the message: on a channel the stream holds it back.
+    /// The parts of a message. Those that end one need an ORVGenericHTTPOStream and throw std::bad_cast
+    /// otherwise.
     void _firePersistentHTTPHeader(std::ostream* out);
     void _fireXMLHeader(std::ostream* out, ORVSmrPtr<IOrvoIndication>& indication, bool persistent);
     void _fireXML(std::ostream* out, ORVSmrPtr<IOrvoIndication>& indication, ORVString& localHost,
@@ -84,8 +82,6 @@ protected:
     void _logIndication(ORVString& host, ORVString& port, ORVSmrPtr<IOrvoIndication>& indication);
 
 private:
-    class ChannelBatch;
-
     /// The manager's list; a null handle when there is none, also once the manager is detached. Throws
     /// ORVNullPointerException when the notifier was given no manager.
     SubscriberList _getCurrentSubscribers();

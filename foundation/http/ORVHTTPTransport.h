@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <memory>
-#include <span>
 #include <string_view>
 
 /// A connected TCP socket whose every operation has a deadline.
@@ -52,11 +51,6 @@ public:
     /// has closed, it sees this side's close once the object is destroyed. Requires: nobody is sending.
     virtual void closeAfterPeer(long milliseconds) noexcept;
 
-    /// Sends `messages` one after the other, each as send() does and under a time-out of its own, in as few
-    /// writes as they fit in. `sent` is set to how many went out whole, also when the next one fails and this
-    /// throws.
-    virtual void sendEach(std::span<const std::string_view> messages, std::size_t& sent);
-
     /// The descriptor, for watching only; -1 once closed.
     int nativeHandle() const noexcept;
 
@@ -69,7 +63,6 @@ private:
     explicit ORVHTTPTransport(std::unique_ptr<State> state);
 
     void _send(std::string_view bytes, bool mayBeAnsweredEarly);
-    void _sendTogether(std::span<const std::string_view> messages, std::size_t& sent);
 
     std::unique_ptr<State> _state;
 };

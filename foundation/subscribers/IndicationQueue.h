@@ -1,13 +1,12 @@
 #pragma once
 
 #include "foundation/handles/ORVSmrPtr.h"
+#include "foundation/object_model/IOrvoIndication.h"
 
 #include <cstddef>
 #include <list>
 #include <utility>
 #include <vector>
-
-class IOrvoIndication;
 
 namespace velm {
 

@@ -18,9 +18,7 @@
 #include <string>
 #include <sys/socket.h>
 #include <sys/time.h>
-#include <sys/uio.h>
 #include <system_error>
-#include <typeinfo>
 #include <unistd.h>
 #include <utility>
 
@@ -62,26 +60,6 @@ bool isTransient(int error) {
     return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
 }
 
-/// What one write takes of messages that follow each other.
-class Parts {
-public:
-    /// The first `begun` bytes of the first message are left out. Answers as sendmsg(2).
-    ssize_t write(int socket, std::span<const std::string_view> messages, std::size_t begun) {
-        std::size_t count = 0;
-        for (std::string_view message : messages.first(std::min(messages.size(), _parts.size()))) {
-            message.remove_prefix(std::exchange(begun, 0));
-            _parts[count++] = {const_cast<char*>(message.data()), message.size()};
-        }
-        msghdr description{};
-        description.msg_iov = _parts.data();
-        description.msg_iovlen = count;
-        return ::sendmsg(socket, &description, MSG_NOSIGNAL | MSG_DONTWAIT);
-    }
-
-private:
-    std::array<iovec, 32> _parts;
-};
-
 constexpr const char* sendLocation = "ORVHTTPTransport::send";
 constexpr const char* sendAction = "Sending to";
 
@@ -94,10 +72,9 @@ struct ORVHTTPTransport::State {
     explicit State(int connected) : socket(connected), peer(peerOf(connected)) {}
 
     Outcome sendAll(std::string_view bytes, const Deadline& deadline) const;
-    Outcome sendEach(std::span<const std::string_view> messages, long timeout, std::size_t& sent) const;
     [[noreturn]] void failSending(Outcome outcome, long timeout, int error) const;
     ssize_t receiveBy(const Deadline& deadline, char* buffer, std::size_t size);
-    void limitReceiving(const Deadline& deadline);
+    bool limitReceiving(const Deadline& deadline);
     bool hasUnreadBytes() const;
     [[noreturn]] void fail(const char* where, std::string_view action, std::string_view cause,
                            int code) const;
@@ -131,29 +108,6 @@ Outcome ORVHTTPTransport::State::sendAll(std::string_view bytes, const Deadline&
     return Outcome::done;
 }
 
-/// `sent` counts the messages that went out whole, from 0.
-Outcome ORVHTTPTransport::State::sendEach(std::span<const std::string_view> messages, long timeout,
-                                          std::size_t& sent) const {
-    Deadline deadline = Deadline::after(timeout);
-    std::size_t begun = 0;  // bytes of messages[sent] that are out
-    while (sent < messages.size()) {
-        Parts parts;
-        const ssize_t size = parts.write(socket, messages.subspan(sent), begun);
-        if (size >= 0) {
-            begun += static_cast<std::size_t>(size);
-            for (; sent < messages.size() && begun >= messages[sent].size(); ++sent) {
-                begun -= messages[sent].size();
-                deadline = Deadline::after(timeout);
-            }
-        } else if (!isTransient(errno)) {
-            return Outcome::broken;
-        } else if (!waitUntilReady(socket, POLLOUT, deadline)) {
-            return Outcome::late;
-        }
-    }
-    return Outcome::done;
-}
-
 void ORVHTTPTransport::State::failSending(Outcome outcome, long timeout, int error) const {
     if (outcome == Outcome::late) {
         fail(sendLocation, sendAction, fmt::format("timed out after {} ms", timeout), ETIMEDOUT);
@@ -164,22 +118,26 @@ void ORVHTTPTransport::State::failSending(Outcome outcome, long timeout, int err
 /// As recv(2), which waits by itself: one call where poll(2) would be a second one. A transient error when
 /// the deadline passed first, or may have.
 ssize_t ORVHTTPTransport::State::receiveBy(const Deadline& deadline, char* buffer, std::size_t size) {
-    limitReceiving(deadline);
-    const ssize_t received = ::recv(socket, buffer, size, 0);
+    const int flags = limitReceiving(deadline) ? 0 : MSG_DONTWAIT;
+    const ssize_t received = ::recv(socket, buffer, size, flags);
     if (received < 0 && isTransient(errno) && !isClosed && !deadline.hasPassed()) {
-        // A socket that never blocks, for whoever handed it over.
+        // A socket that never blocks, for whoever handed it over, or that takes no limit.
         waitUntilReady(socket, POLLIN, deadline);
         return ::recv(socket, buffer, size, MSG_DONTWAIT);
     }
     return received;
 }
 
-void ORVHTTPTransport::State::limitReceiving(const Deadline& deadline) {
+/// Answers whether the socket keeps to the deadline.
+bool ORVHTTPTransport::State::limitReceiving(const Deadline& deadline) {
     const int left = deadline.isNever() ? 0 : std::max(deadline.pollTimeout(), 1);
-    if (receiveLimit.exchange(left) != left) {
-        const timeval limit{left / 1000, (left % 1000) * 1000};
-        ::setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    if (receiveLimit == left) {
+        return true;
     }
+    const timeval limit{left / 1000, (left % 1000) * 1000};
+    const bool isSet = ::setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit) == 0;
+    receiveLimit = isSet ? left : -1;
+    return isSet;
 }
 
 bool ORVHTTPTransport::State::hasUnreadBytes() const {
@@ -225,34 +183,6 @@ void ORVHTTPTransport::send(std::string_view bytes) {
 
 void ORVHTTPTransport::sendRequest(std::string_view bytes) {
     _send(bytes, true);
-}
-
-void ORVHTTPTransport::sendEach(std::span<const std::string_view> messages, std::size_t& sent) {
-    sent = 0;
-    if (typeid(*this) == typeid(ORVHTTPTransport)) {
-        _sendTogether(messages, sent);
-        return;
-    }
-    // A derived class has its own way to send.
-    for (const std::string_view message : messages) {
-        send(message);
-        ++sent;
-    }
-}
-
-void ORVHTTPTransport::_sendTogether(std::span<const std::string_view> messages, std::size_t& sent) {
-    const std::lock_guard turn(_state->sendTurn);
-    const long timeout = _state->sendTimeout;
-    const Outcome outcome = _state->isClosed ? Outcome::broken : _state->sendEach(messages, timeout, sent);
-    if (outcome == Outcome::done) {
-        return;
-    }
-    const int error = errno;
-    if (_state->isClosed) {
-        _state->failClosed(sendLocation, sendAction);
-    }
-    close();
-    _state->failSending(outcome, timeout, error);
 }
 
 void ORVHTTPTransport::_send(std::string_view bytes, bool mayBeAnsweredEarly) {

@@ -40,8 +40,8 @@ ORVString classNameOf(const IOrvoObject& object) {
     return instanceName.IsNull() ? name : instanceName->getClassName();
 }
 
-/// Objects wait in a queue until no cache holds them: their values are asked for together, before the first of them
-/// is needed.
+/// Objects wait in a queue until no cache holds them: their values are asked for together, before the first
+/// of them is needed.
 void fetchValues(const COrvoObject& object) {
     for (const COrvoObject::Held& held : object.properties()) {
         __builtin_prefetch(held.value.Get());

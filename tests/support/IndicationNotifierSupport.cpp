@@ -121,20 +121,6 @@ std::string ChannelPeer::receiveUntil(const std::string& end) const {
     return received;
 }
 
-std::string ChannelPeer::receiveToEnd() const {
-    std::string received;
-    char bytes[4096];
-    pollfd watched{_socket, POLLIN, 0};
-    while (::poll(&watched, 1, static_cast<int>(patience.count())) > 0) {
-        const ssize_t size = ::recv(_socket, bytes, sizeof bytes, 0);
-        if (size <= 0) {
-            break;
-        }
-        received.append(bytes, static_cast<std::size_t>(size));
-    }
-    return received;
-}
-
 void ChannelPeer::close() {
     if (_socket >= 0) {
         ::close(std::exchange(_socket, -1));

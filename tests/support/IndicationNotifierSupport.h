@@ -70,17 +70,15 @@ public:
 /// The thread's steps, one by one and on the calling thread.
 class Delivery : public TestNotifier::CDelivery {
 public:
+    using CDelivery::_fire;
     using CDelivery::_fireindications;
     using CDelivery::_logIndication;
     using CDelivery::_pass;
     using CDelivery::_requireResponseStream;
     using CDelivery::CDelivery;
 
-    /// Whether the one indication was delivered.
-    bool fire(ORVSmrPtr<CSubscriber> subscriber, const ORVSmrPtr<IOrvoIndication>& indication) {
-        IndicationList list(new ORVValSlist<ORVSmrPtr<IOrvoIndication>>);
-        list->append(indication);
-        return _fireindications(subscriber, list) == 1;
+    bool fire(ORVSmrPtr<CSubscriber> subscriber, ORVSmrPtr<IOrvoIndication> indication) {
+        return _fire(subscriber, indication);
     }
 };
 
@@ -128,9 +126,6 @@ public:
 
     /// What has come in once it ends with `end`; what there is at the deadline otherwise.
     std::string receiveUntil(const std::string& end) const;
-
-    /// Everything up to the end of the connection.
-    std::string receiveToEnd() const;
 
     void close();
     void reset();

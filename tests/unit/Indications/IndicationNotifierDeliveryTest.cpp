@@ -10,9 +10,7 @@
 #include "tests/support/ScriptedListener.h"
 
 #include <chrono>
-#include <cstddef>
 #include <string>
-#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -24,7 +22,6 @@ using namespace std::chrono_literals;
 using namespace velm::test;
 using testing::AllOf;
 using testing::ElementsAre;
-using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
@@ -225,85 +222,6 @@ TEST(IndicationBatch, SaysNothingOfDrops_WhenTheLastOneFails) {
 
     delivery._fireindications(subscriber, indications);
     EXPECT_THAT(log.records(), areLines({unknownFailure}, peerAt(listener.port())));
-}
-
-TEST(IndicationBatch, ArrivesWholeAndInOrder_WhenItTakesManyWritesOnTheChannel) {
-    constexpr std::size_t count = 500;
-    ChannelPeer peer;
-    SelfOwned owned;
-    Delivery delivery(owned.self, &everyHostIsRemote);
-    auto subscriber = subscriberAt("5990", peer.connection());
-    Indications events;
-    for (std::size_t index = 0; index < count; ++index) {
-        events.push_back(creation(index * 37 % 3000));
-    }
-    events.push_back(creation(70'000));
-    auto indications = batch(events);
-
-    std::thread sender([&] {
-        EXPECT_EQ(delivery._fireindications(subscriber, indications), count + 1);
-        peer.connection()->getTransport()->close();
-    });
-    std::string received = peer.receiveToEnd();
-    sender.join();
-    EXPECT_THAT(received, AllOf(HasSubstr(std::string(70'000, 'x')), EndsWith("</MESSAGE></CIM>")));
-    for (std::size_t index = 0; index < count; ++index) {
-        const std::string caption = "&lt;VALUE&gt;" + std::string(index * 37 % 3000, 'x') + "&lt;/VALUE&gt;";
-        const std::size_t end = received.find("</CIM>") + 6;
-        const std::string first = received.substr(0, end);
-        ASSERT_THAT(first, AllOf(StartsWith("HTTP/1.1 200 OK\r\n"), HasSubstr(caption)));
-        const auto body = first.find("\r\n\r\n") + 4;
-        ASSERT_THAT(first, HasSubstr("Content-Length: " + std::to_string(first.size() - body) + "\r\n"));
-        received.erase(0, end);
-    }
-    EXPECT_THAT(owned.manager.removals(), IsEmpty());
-}
-
-TEST(IndicationBatch, SendsWhatCameBefore_WhenOneCannotBeWrittenOnTheChannel) {
-    ChannelPeer peer;
-    SelfOwned owned;
-    Delivery delivery(owned.self, &everyHostIsRemote);
-    auto subscriber = subscriberAt("5990", peer.connection());
-    auto indications = batch({creation(11), creation(12), unsendable(), creation(13), creation(14)});
-    LogCapture log;
-
-    EXPECT_EQ(delivery._fireindications(subscriber, indications), 2U);
-    const Line failed{atFire, "Caught an Unknown exception attempting to stream an indication to PEER"};
-    const Line dropped{{"CIndicationNotifier::_fireindications", OrvoTraceLog::SeverityDetail},
-                       "Dropped 2 indication(s) queued for PEER because an earlier one failed"};
-    EXPECT_THAT(log.records(), areLines({failed, dropped}, peerAt("5990")));
-    EXPECT_THAT(owned.manager.removals(), ElementsAre(Removal{subscriberIDAt("5990"), true, true}));
-    peer.connection()->getTransport()->close();
-    EXPECT_THAT(peer.receiveToEnd(),
-                AllOf(HasSubstr(std::string(11, 'x') + "&lt;"), HasSubstr(std::string(12, 'x') + "&lt;"),
-                      Not(HasSubstr(std::string(13, 'x')))));
-}
-
-TEST(IndicationBatch, CountsThoseThatAreInTheChannelWhole_WhenThePeerStopsReading) {
-    constexpr std::size_t size = 64 * 1024;
-    ChannelPeer peer;
-    peer.connection()->getTransport()->setSendTimeout(200);
-    SelfOwned owned;
-    Delivery delivery(owned.self, &everyHostIsRemote);
-    auto subscriber = subscriberAt("5990", peer.connection());
-    auto indications = batch(Indications(1000, creation(size)));
-    LogCapture log;
-
-    const unsigned int delivered = delivery._fireindications(subscriber, indications);
-    EXPECT_GT(delivered, 0U);
-    EXPECT_LT(delivered, 999U);
-    EXPECT_THAT(owned.manager.removals(), ElementsAre(Removal{subscriberIDAt("5990"), true, true}));
-    ASSERT_EQ(log.records().size(), 2U);
-    EXPECT_THAT(std::string(log.records()[0].message.view()), HasSubstr("timed out after 200 ms"));
-    EXPECT_THAT(std::string(log.records()[1].message.view()),
-                StartsWith("Dropped " + std::to_string(999 - delivered) + " indication(s)"));
-    const std::string received = peer.receiveToEnd();
-    std::size_t whole = 0;
-    for (auto end = received.find("</CIM>"); end != std::string::npos;
-         end = received.find("</CIM>", end + 1)) {
-        ++whole;
-    }
-    EXPECT_EQ(whole, delivered);
 }
 
 TEST(IndicationBatch, GoesOn_WhenAnAnswerIsAnError) {

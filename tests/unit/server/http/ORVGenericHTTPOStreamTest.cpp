@@ -2,8 +2,6 @@
 
 #include "tests/unit/server/http/LoopbackPair.h"
 
-#include <cstddef>
-#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -23,7 +21,7 @@ public:
     RecordingTransport() : ORVHTTPTransport(-1) {}
 
     void send(std::string_view bytes) override {
-        if (failing || sent.size() == failingAfter) {
+        if (failing) {
             throw ORVNetException("test", "the line is cut");
         }
         sent.emplace_back(bytes);
@@ -31,7 +29,6 @@ public:
 
     std::vector<std::string> sent;
     bool failing = false;
-    std::optional<std::size_t> failingAfter;
 };
 
 class HTTPOStream : public testing::Test {
@@ -133,83 +130,6 @@ TEST_F(HTTPOStream, DropsTheMessageAndThrows_WhenPartOfItCouldNotBeWritten) {
     _stream << "next";
     _stream.send();
     EXPECT_THAT(_transport->sent, ElementsAre("next"));
-}
-
-TEST_F(HTTPOStream, HoldsMessagesBackUntilTheyAreSent) {
-    std::size_t size = 0;
-    for (const char* body : {"first", "second!", ""}) {
-        _stream << "A: b\r\n";
-        _stream.completeHeader();
-        _stream << body;
-        _stream.hold();
-        EXPECT_GT(_stream.getHeldSize(), size);
-        size = _stream.getHeldSize();
-    }
-    EXPECT_THAT(_transport->sent, IsEmpty());
-    EXPECT_EQ(_stream.getHeldAndSentCount(), 0U);
-    _stream.sendHeld();
-    EXPECT_THAT(_transport->sent,
-                ElementsAre("A: b\r\nContent-Length: 5\r\n\r\nfirst",
-                            "A: b\r\nContent-Length: 7\r\n\r\nsecond!", "A: b\r\nContent-Length: 0\r\n\r\n"));
-    EXPECT_EQ(_stream.getHeldSize(), 0U);
-    EXPECT_EQ(_stream.getHeldAndSentCount(), 3U);
-}
-
-TEST_F(HTTPOStream, SendsWhatItHoldsBackBeforeALaterMessage) {
-    _stream << "held";
-    _stream.hold();
-    _stream << "sent";
-    _stream.send();
-    EXPECT_THAT(_transport->sent, ElementsAre("held", "sent"));
-    EXPECT_EQ(_stream.getHeldAndSentCount(), 1U);
-}
-
-TEST_F(HTTPOStream, KeepsWhatItHoldsBack_WhenTheNextMessageIsDiscarded) {
-    _stream << "held";
-    _stream.hold();
-    _stream << "A: b\r\n";
-    _stream.completeHeader();
-    _stream << "forgotten";
-    _stream.discard();
-    _stream << "more";
-    _stream.hold();
-    _stream << "broken";
-    _stream.setstate(std::ios_base::badbit);
-    EXPECT_EQ(netFailureOf([&] { _stream.hold(); }), "The message could not be written completely");
-    _stream.sendHeld();
-    EXPECT_THAT(_transport->sent, ElementsAre("held", "more"));
-}
-
-TEST_F(HTTPOStream, DropsTheOthers_WhenOneOfThoseHeldBackFails) {
-    for (const char* text : {"a", "b", "c"}) {
-        _stream << text;
-        _stream.hold();
-    }
-    _transport->failingAfter = 1;
-    EXPECT_EQ(netFailureOf([&] { _stream.sendHeld(); }), "the line is cut");
-    EXPECT_EQ(_stream.getHeldAndSentCount(), 1U);
-    _transport->failingAfter.reset();
-    _stream.sendHeld();
-    _stream << "next";
-    _stream.send();
-    EXPECT_THAT(_transport->sent, ElementsAre("a", "next"));
-}
-
-TEST(HTTPOStreamOfItsOwn, IsAskedToSendEachMessageAtOnce) {
-    class OwnStream : public ORVGenericHTTPOStream {
-    public:
-        using ORVGenericHTTPOStream::ORVGenericHTTPOStream;
-        std::vector<std::string> transmitted;
-
-    protected:
-        void transmit(std::string_view message) override { transmitted.emplace_back(message); }
-    };
-    OwnStream stream{ORVSmrPtr<ORVHTTPTransport>(new RecordingTransport)};
-    stream << "a";
-    stream.hold();
-    EXPECT_THAT(stream.transmitted, ElementsAre("a"));
-    EXPECT_EQ(stream.getHeldAndSentCount(), 1U);
-    EXPECT_EQ(stream.getHeldSize(), 0U);
 }
 
 TEST_F(HTTPOStream, FramesBodiesOfEverySize_WhateverWasSentBefore) {

@@ -212,66 +212,6 @@ TEST(HTTPTransport, SendsOneWholeCallAfterTheOther_WhenTwoThreadsSend) {
     EXPECT_EQ(received.find(received.front(), size), std::string::npos);
 }
 
-TEST(HTTPTransport, SendsMessagesInTheirOrder_WhenThereAreMoreThanOneWriteTakes) {
-    LoopbackPair pair;
-    std::vector<std::string> texts;
-    std::string all;
-    for (std::size_t index = 0; index < 200; ++index) {
-        texts.emplace_back(index * 997 % 50'000, static_cast<char>('a' + index % 26));
-        all += texts.back();
-    }
-    const std::vector<std::string_view> messages(texts.begin(), texts.end());
-    std::size_t sent = 0;
-    std::thread sender([&] { pair.transport()->sendEach(messages, sent); });
-    const std::string received = pair.receive(all.size());
-    sender.join();
-    EXPECT_TRUE(received == all);
-    EXPECT_EQ(sent, texts.size());
-}
-
-TEST(HTTPTransport, TellsHowManyMessagesWentOutWhole_WhenThePeerStopsReading) {
-    LoopbackPair pair;
-    pair.transport()->setSendTimeout(100);
-    const std::string text(1024 * 1024, 'x');
-    const std::vector<std::string_view> messages(tooMuch / text.size(), text);
-    std::size_t sent = 0;
-    EXPECT_EQ(netFailureOf([&] { pair.transport()->sendEach(messages, sent); }),
-              "Sending to " + pair.peerName() + " failed: timed out after 100 ms");
-    EXPECT_EQ(pair.transport()->nativeHandle(), -1);
-    const std::size_t received = pair.receive(tooMuch).size();
-    EXPECT_GT(sent, 0U);
-    EXPECT_EQ(sent, received / text.size());
-}
-
-TEST(HTTPTransport, GivesEachMessageATimeOutOfItsOwn) {
-    constexpr auto pause = 60ms;
-    LoopbackPair pair;
-    pair.transport()->setSendTimeout(600);
-    const std::string text(4 * 1024 * 1024, 'x');
-    const std::vector<std::string_view> messages(16, text);
-    std::size_t sent = 0;
-    const auto start = Clock::now();
-    std::thread sender([&] { pair.transport()->sendEach(messages, sent); });
-    // A peer that takes longer for all messages together than one of them may take.
-    for (std::size_t index = 0; index < messages.size(); ++index) {
-        std::this_thread::sleep_for(pause);
-        EXPECT_EQ(pair.receive(text.size()).size(), text.size());
-    }
-    sender.join();
-    EXPECT_GT(Clock::now() - start, 600ms);
-    EXPECT_EQ(sent, messages.size());
-}
-
-TEST(HTTPTransport, SendsNoneOfTheMessages_WhenItIsClosed) {
-    LoopbackPair pair;
-    pair.transport()->close();
-    const std::array<std::string_view, 2> messages{"a", "b"};
-    std::size_t sent = 7;
-    EXPECT_EQ(netFailureOf([&] { pair.transport()->sendEach(messages, sent); }),
-              "Sending to " + pair.peerName() + " failed: the connection was closed");
-    EXPECT_EQ(sent, 0U);
-}
-
 TEST(HTTPTransport, WaitsForTheAnswer_WhenTheSocketNeverBlocks) {
     LoopbackPair pair;
     const int socket = pair.transport()->nativeHandle();
