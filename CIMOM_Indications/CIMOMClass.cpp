@@ -27,9 +27,9 @@ void CCIMOMClass::addChildClass(ORVSmrPtr<CCIMOMClass> child) {
     if (_childClassList->contains(child)) {
         return;
     }
+    _forgetDescendants();
     _childClassList->append(child);
     child->_parents.push_back(this);
-    _forgetDescendants();
 }
 
 bool CCIMOMClass::isA(const ORVString& className) {

@@ -31,7 +31,7 @@ public:
     ~CCIMOMClass();
 
     /// Adds a direct subclass, unless the same node is among them already. Requires: the class manager's
-    /// write lock.
+    /// write lock; this node is not below `child`.
     void addChildClass(ORVSmrPtr<CCIMOMClass> child);
 
     /// Whether the class named is this one or one below it. Names are compared byte by byte.

@@ -197,8 +197,8 @@ ORVSmrPtr<CCIMOMClass> CCIMOMClassManager::_createClass(ORVSmrPtr<IOrvoClass> re
 void CCIMOMClassManager::_dumpClass(std::ostream& out, const CCIMOMClass& node) {
     out << "<TR><TD>Class " << node.getClassName() << "</TD>";
     const ORVSmrPtr<CCIMOMSubscription> table = node.getSubscription();
-    for (const ORVSmrPtr<CCIMOMFilterSubscriberMap>& map :
-         *table->getClassMapList()->getFilterSubscriberMapList()) {
+    const CCIMOMIndicationFilterList::Contents classList = table->getClassMapList()->getContents();
+    for (const ORVSmrPtr<CCIMOMFilterSubscriberMap>& map : *classList.maps) {
         _dumpSubscriberMap(out, ORVString::emptyString(), map);
     }
     for (InstanceIterator it(*table->getInstanceMapList()); ++it;) {

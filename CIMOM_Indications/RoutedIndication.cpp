@@ -104,15 +104,16 @@ const IOrvoObject& RoutedIndication::_object() {
     return **_handle;
 }
 
-const IOrvoInstanceName& RoutedIndication::_instanceName() {
+void RoutedIndication::fetchInstanceName() {
     const IOrvoObject& object = _object();
-    if (_own) {
-        return *_own->instanceName();
-    }
-    if (_heldName.IsNull()) {
+    if (!_own && _heldName.IsNull()) {
         _heldName = object.getInstanceName();
     }
-    return *_heldName;
+}
+
+const IOrvoInstanceName& RoutedIndication::_instanceName() {
+    fetchInstanceName();
+    return _own ? *_own->instanceName() : *_heldName;
 }
 
 }  // namespace velm

@@ -44,6 +44,9 @@ public:
     /// Whether the object is the instance of an association.
     bool isAssociation();
 
+    /// Asks the object for the name of its instance, which may be null.
+    void fetchInstanceName();
+
     /// The name of the object's own instance as text, and its key.
     const ORVString& instanceText();
     const ORVString& instanceKey();

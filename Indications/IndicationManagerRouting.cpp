@@ -37,6 +37,8 @@ bool CIndicationManager::_route(const ORVSmrPtr<IOrvoIndication>& indication) {
 }
 
 bool CIndicationManager::_routeChange(velm::RoutedIndication& indication) {
+    // Whatever the scope: an object that fails to tell its name is routed to nobody.
+    indication.fetchInstanceName();
     const unsigned int scope = indication.indication()->getRoutingScope();
     if (scope != IOrvoIndication::ScopeClassOnly) {
         if (const ORVSmrPtr<CSubscriberList>* list = _subscriberTable.find(indication.instanceText())) {

@@ -57,10 +57,11 @@ IndicationFilter makeAssociationFilter(IOrvoIndication::IndicationType type, con
     }
 }
 
-/// Filters that hold nothing of their own are shared by all subscriptions.
+/// Filters that hold nothing of their own are shared by all subscriptions, and never destroyed: requests may
+/// run while the process ends.
 IndicationFilter classFilter(IOrvoIndication::IndicationType type) {
-    static const IndicationFilter creation(new CCIMOMCreationIndicationFilter);
-    static const IndicationFilter destruction(new CCIMOMDestructionIndicationFilter);
+    static const auto& creation = *new IndicationFilter(new CCIMOMCreationIndicationFilter);
+    static const auto& destruction = *new IndicationFilter(new CCIMOMDestructionIndicationFilter);
     switch (type) {
         case IOrvoIndication::IndicationCreation:
             return creation;

@@ -54,7 +54,7 @@ public:
     virtual void notify(ORVSmrPtr<IOrvoIndication> indication);
 
     /// Hands over what is queued, oldest first, and empties the queue. A null handle when nothing is queued.
-    /// Failure: std::bad_alloc, and what was queued is counted as dropped then.
+    /// Failure: std::bad_alloc, and everything stays queued.
     virtual IndicationList getIndications();
 
     /// Takes note of a sign of life.
@@ -73,7 +73,8 @@ public:
     std::uint64_t getDroppedCount() const noexcept { return _droppedCount.load(std::memory_order_relaxed); }
 
 private:
-    void _countLost(std::size_t lost) noexcept;
+    /// Empties the queue into `taken`, with the number dropped before, unless it holds more than `most`.
+    bool _takeUpTo(std::size_t most, velm::IndicationQueue& taken, std::uint64_t& dropped) noexcept;
     void _logDropping() const;
     void _logEndOfBurst(std::uint64_t dropped) const;
 

@@ -4,7 +4,6 @@
 #include "server/subscribers/Settings.h"
 #include "server/utilities/SpinGuard.h"
 
-#include <new>
 #include <utility>
 
 #include <fmt/format.h>
@@ -13,6 +12,10 @@ namespace {
 
 constexpr unsigned int defaultTimeout = 900;
 constexpr unsigned int defaultMaxQueued = 100000;
+/// Indications that may be queued while room is made for those that are.
+constexpr std::size_t usualSpare = 16;
+
+using Indications = ORVValSlist<ORVSmrPtr<IOrvoIndication>>;
 
 void logDropping(const char* component, const std::string& message) {
     ORVLog::log(component, std::string_view(message), OrvoTraceLog::SeverityWarning,
@@ -22,6 +25,23 @@ void logDropping(const char* component, const std::string& message) {
 /// For counters that are written under a lock and read without.
 void increment(std::atomic<std::uint64_t>& counter) {
     counter.store(counter.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+}
+
+void makeRoom(Indications& list, std::size_t count) {
+    while (list.entries() < count) {
+        list.append(ORVSmrPtr<IOrvoIndication>::none());
+    }
+}
+
+/// Moves what is queued into `list`, which has room for it, and drops the room that is left.
+void fill(Indications& list, velm::IndicationQueue& queued) noexcept {
+    const std::size_t count = queued.size();
+    while (list.entries() > count) {
+        list.erase(list.last());
+    }
+    for (ORVSmrPtr<IOrvoIndication>& place : list) {
+        place = queued.pop();
+    }
 }
 
 }  // namespace
@@ -66,33 +86,31 @@ CSubscriber::IndicationList CSubscriber::getIndications() {
     if (!_hasQueued.load(std::memory_order_relaxed)) {
         return IndicationList::none();
     }
-    IndicationList indications(new ORVValSlist<ORVSmrPtr<IOrvoIndication>>);
+    IndicationList indications(new Indications);
     velm::IndicationQueue taken;
     std::uint64_t dropped = 0;
-    {
-        const velm::SpinGuard lock(_queueLock);
-        taken.swap(_queue);
-        std::swap(dropped, _droppedInBurst);
-        _hasQueued.store(false, std::memory_order_relaxed);
+    // Room comes first: once the queue is taken nothing may fail. More may be queued meanwhile.
+    bool isTaken = false;
+    for (std::size_t spare = 0; !isTaken; spare = usualSpare + getWaitingCount() / 4) {
+        makeRoom(*indications, getWaitingCount() + spare);
+        isTaken = _takeUpTo(indications->entries(), taken, dropped);
     }
-    const std::size_t count = taken.size();
-    try {
-        while (!taken.isEmpty()) {
-            indications->append(taken.pop());
-        }
-    } catch (const std::bad_alloc&) {
-        _countLost(count);
-        throw;
-    }
+    fill(*indications, taken);
     if (dropped != 0) {
         _logEndOfBurst(dropped);
     }
-    return count == 0 ? IndicationList::none() : indications;
+    return indications->isEmpty() ? IndicationList::none() : indications;
 }
 
-void CSubscriber::_countLost(std::size_t lost) noexcept {
+bool CSubscriber::_takeUpTo(std::size_t most, velm::IndicationQueue& taken, std::uint64_t& dropped) noexcept {
     const velm::SpinGuard lock(_queueLock);
-    _droppedCount.fetch_add(lost, std::memory_order_relaxed);
+    if (_queue.size() > most) {
+        return false;
+    }
+    taken.swap(_queue);
+    dropped = std::exchange(_droppedInBurst, 0);
+    _hasQueued.store(false, std::memory_order_relaxed);
+    return true;
 }
 
 void CSubscriber::_logDropping() const {

@@ -155,6 +155,26 @@ TEST_F(IndicationRouting, LooksForBoth_WhenTheScopeIsAnyOtherNumber) {
     EXPECT_EQ(own.offered, 1);
 }
 
+TEST_F(IndicationRouting, OffersNothing_WhenTheObjectFailsToTellItsName_WhateverTheScope) {
+    class Nameless : public COrvoObject {
+    public:
+        using COrvoObject::COrvoObject;
+        ORVSmrPtr<IOrvoInstanceName> getInstanceName() const override { throw std::runtime_error("no name"); }
+    };
+    const ORVSmrPtr<IOrvoObject> object(new Nameless("DataFile", nullptr));
+    CountingList& own = putList("DataFile", true);
+    // Otherwise the name is asked for the log first.
+    ORVLog::setTraceThreshold(OrvoTraceLog::SeverityInformation);
+    for (const unsigned int scope : {IOrvoIndication::ScopeAll, IOrvoIndication::ScopeClassOnly}) {
+        auto* change = new COrvoIndication(object, Change, nullptr, nullptr, IOrvoIndication::IntentReport,
+                                           nullptr, false);
+        const ORVSmrPtr<IOrvoIndication> handle(change);
+        change->setRoutingScope(scope);
+        EXPECT_THROW(manager->notify(handle), std::runtime_error);
+    }
+    EXPECT_EQ(own.offered, 0);
+}
+
 TEST_F(IndicationRouting, AnswersWhatTheLastListFoundAnswered) {
     putList("DataFile", true);
     CountingList& wildcard = putList("*", false);
