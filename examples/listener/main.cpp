@@ -1,5 +1,5 @@
-#include "examples/listener/ChannelClient.h"
-#include "examples/listener/ExportListener.h"
+#include "velmctl/client/ChannelClient.h"
+#include "velmctl/client/ExportListener.h"
 
 #include <iostream>
 
@@ -7,23 +7,25 @@
 
 namespace {
 
-void print(const ExportMessage& message) {
+void print(const velm::ExportMessage& message) {
     std::cout << message.describe() << std::endl;
 }
 
+void complain(const std::string& problem) {
+    std::cerr << problem << std::endl;
+}
+
 int listen(const std::string& address, unsigned short port) {
-    ExportListener listener(address, port, print);
-    std::cout << "listening on " << address << " port " << listener.port() << std::endl;
+    velm::ExportListener listener({address, std::to_string(port)}, print, complain);
+    std::cout << "listening on " << listener.address().host << " port " << listener.address().port
+              << std::endl;
     listener.run();
+    return 0;
 }
 
 int openChannel(const std::string& server, unsigned int session) {
-    const std::size_t colon = server.rfind(':');
-    if (colon == std::string::npos) {
-        throw CLI::ValidationError("--channel", "'" + server + "' is not HOST:PORT");
-    }
-    ChannelClient client(server.substr(0, colon), server.substr(colon + 1), session);
-    std::cout << "channel open as " << client.host() << " port " << client.port() << std::endl;
+    velm::ChannelClient client(velm::HostPort::parse(server), session);
+    std::cout << "channel open as " << client.name().host << " port " << client.name().port << std::endl;
     client.sendHeartBeat();
     client.run(print);
     std::cout << "channel closed by the server" << std::endl;

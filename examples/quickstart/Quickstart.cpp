@@ -11,6 +11,7 @@
 #include <fmt/ranges.h>
 
 namespace fs = std::filesystem;
+using velm::WBEMClient;
 
 namespace {
 
@@ -114,7 +115,7 @@ void Quickstart::_startServer() {
                              });
     const std::string rest = _waitForStart(serving, words, "the server");
     _serverPort = rest.substr(0, rest.find(' '));
-    _client = std::make_unique<WBEMClient>("127.0.0.1", _serverPort);
+    _client = std::make_unique<WBEMClient>(velm::HostPort{"127.0.0.1", _serverPort});
 }
 
 void Quickstart::_startListener() {
@@ -122,8 +123,8 @@ void Quickstart::_startListener() {
     const std::string words = "listening on 127.0.0.1 port ";
     const auto listening = run(_listener, {_places.listenerProgram}, words,
                                [this](const std::string& line) { _paper.add("listener", line); });
-    _listenerID =
-        WBEMClient::subscriber("127.0.0.1", _waitForStart(listening, words, "the listener"), listenerSession);
+    _listenerID = WBEMClient::subscriber({"127.0.0.1", _waitForStart(listening, words, "the listener")},
+                                         listenerSession);
 }
 
 void Quickstart::_openChannel() {
@@ -134,7 +135,7 @@ void Quickstart::_openChannel() {
                            std::to_string(channelSession)},
                           words, [this](const std::string& line) { _paper.add("channel", line); });
     _channelID =
-        WBEMClient::subscriber("127.0.0.1", _waitForStart(open, words, "the channel"), channelSession);
+        WBEMClient::subscriber({"127.0.0.1", _waitForStart(open, words, "the channel")}, channelSession);
 }
 
 void Quickstart::_subscribe() {

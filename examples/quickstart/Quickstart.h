@@ -1,8 +1,8 @@
 #pragma once
 
-#include "examples/client/WBEMClient.h"
 #include "examples/quickstart/ChildProcess.h"
 #include "examples/quickstart/Paper.h"
+#include "velmctl/client/WBEMClient.h"
 
 #include <filesystem>
 #include <future>
@@ -63,7 +63,7 @@ private:
     std::optional<ChildProcess> _listener;
     std::optional<ChildProcess> _channel;
     std::string _serverPort;
-    std::unique_ptr<WBEMClient> _client;
-    WBEMClient::Parameters _listenerID;
-    WBEMClient::Parameters _channelID;
+    std::unique_ptr<velm::WBEMClient> _client;
+    velm::WBEMClient::Parameters _listenerID;
+    velm::WBEMClient::Parameters _channelID;
 };

@@ -1,0 +1,77 @@
+#include "velmctl/client/HostPort.h"
+
+#include "velmctl/client/ClientError.h"
+
+#include <cstdint>
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/url/authority_view.hpp>
+#include <boost/url/parse.hpp>
+#include <fmt/format.h>
+
+namespace velm {
+
+namespace {
+
+using tcp = boost::asio::ip::tcp;
+
+constexpr std::size_t quotedSize = 80;
+
+[[noreturn]] void refuse(std::string_view text, std::string_view defaultPort) {
+    const char* form = defaultPort.empty() ? "HOST:PORT" : "HOST or HOST:PORT";
+    throw ClientError(ClientError::Kind::badAddress,
+                      fmt::format("'{}' is not {}, for example 127.0.0.1:5988 or [::1]:5988",
+                                  text.substr(0, quotedSize), form));
+}
+
+bool isPort(std::string_view text, std::uint16_t number) {
+    return number != 0 && text == std::to_string(number);
+}
+
+}  // namespace
+
+HostPort HostPort::parse(std::string_view text, std::string_view defaultPort) {
+    const auto authority = boost::urls::parse_authority(text);
+    if (!authority || authority->has_userinfo() || authority->encoded_host().empty()) {
+        refuse(text, defaultPort);
+    }
+    HostPort result{authority->host_address(), authority->port()};
+    if (result.port.empty() && !authority->has_port()) {
+        result.port = defaultPort;
+    } else if (!isPort(result.port, authority->port_number())) {
+        refuse(text, defaultPort);
+    }
+    if (result.port.empty()) {
+        refuse(text, defaultPort);
+    }
+    return result;
+}
+
+std::string HostPort::text() const {
+    const bool isV6 = host.find(':') != std::string::npos;
+    return isV6 ? fmt::format("[{}]:{}", host, port) : fmt::format("{}:{}", host, port);
+}
+
+std::vector<std::string> loopbackAddresses(const std::string& host) {
+    boost::asio::io_context context;
+    boost::system::error_code failure;
+    const auto found = tcp::resolver(context).resolve(host, "", failure);
+    if (failure) {
+        throw ClientError(ClientError::Kind::unresolved,
+                          fmt::format("the host '{}' does not resolve to an address", host));
+    }
+    std::vector<std::string> addresses;
+    for (const auto& entry : found) {
+        if (entry.endpoint().address().is_loopback()) {
+            addresses.push_back(entry.endpoint().address().to_string());
+        }
+    }
+    if (addresses.empty()) {
+        throw ClientError(ClientError::Kind::notLocal,
+                          fmt::format("the host '{}' is not this machine", host));
+    }
+    return addresses;
+}
+
+}  // namespace velm
