@@ -20,9 +20,9 @@ file(RELATIVE_PATH VELM_PREFIX_FROM_PKGCONFIG "/${CMAKE_INSTALL_LIBDIR}/pkgconfi
 configure_file(cmake/velm-indications.pc.in velm-indications.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/velm-indications.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-# What an operator gets: the daemon, the providers where it looks for them, and the documented configuration.
-set_target_properties(velmd PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
-install(TARGETS velmd)
+# What an operator gets: the daemon, the tool, the providers where it looks for them, and the documented configuration.
+set_target_properties(velmd velmctl PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+install(TARGETS velmd velmctl)
 set(provider_folder ${CMAKE_INSTALL_LIBDIR}/velm/providers)
 set_target_properties(file_watch_provider network_links_provider PROPERTIES INSTALL_RPATH "$ORIGIN/../..")
 install(TARGETS file_watch_provider network_links_provider LIBRARY DESTINATION ${provider_folder}

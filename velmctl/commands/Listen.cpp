@@ -1,0 +1,187 @@
+#include "velmctl/client/CIMClient.h"
+#include "velmctl/client/ClientError.h"
+#include "velmctl/client/ExportListener.h"
+#include "velmctl/commands/Command.h"
+#include "velmctl/commands/Ending.h"
+#include "velmctl/commands/ExitCode.h"
+#include "velmctl/commands/IndicationPrinter.h"
+#include "velmctl/commands/Subscriber.h"
+#include "velmctl/commands/SubscriptionOptions.h"
+#include "velmctl/output/Text.h"
+
+#include <optional>
+#include <thread>
+#include <unistd.h>
+#include <utility>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+namespace velm {
+
+namespace {
+
+using std::chrono::seconds;
+
+constexpr seconds retryInterval{1};
+
+/// Serves a listener on a thread of its own for as long as it lives.
+class Serving {
+public:
+    explicit Serving(ExportListener& listener)
+        : _listener(listener), _thread([&listener] { listener.run(); }) {}
+    Serving(const Serving&) = delete;
+    Serving& operator=(const Serving&) = delete;
+    ~Serving() {
+        _listener.stop();
+        _thread.join();
+    }
+
+private:
+    ExportListener& _listener;
+    std::thread _thread;
+};
+
+/// Waits for the end, and meanwhile sees the daemon go and come back.
+class Watch {
+public:
+    Watch(Subscriber& subscriber, const HostPort& server, seconds interval, Ending& ending, Output& output)
+        : _subscriber(subscriber),
+          _server(server.text()),
+          _interval(interval),
+          _ending(ending),
+          _output(output) {}
+
+    /// Returns when told to end.
+    void run() {
+        for (;;) {
+            const auto cause =
+                _isGone ? _ending.wait(-1, retryInterval) : _ending.wait(_subscriber.descriptor(), _interval);
+            if (cause == Ending::Cause::told) {
+                return;
+            }
+            if (cause == Ending::Cause::late && !_isGone) {
+                _beat();
+            } else {
+                _return();
+            }
+        }
+    }
+
+private:
+    void _beat() {
+        try {
+            _subscriber.sendHeartBeat();
+        } catch (const ClientError& error) {
+            _noteAbsence(error);
+        }
+    }
+
+    /// The connection is gone; perhaps the daemon only closed it.
+    void _return() {
+        try {
+            const bool stood = _subscriber.resubscribe();
+            if (_isGone || !stood) {
+                _output.notice(fmt::format("The daemon at {} is back: {}.", _server,
+                                           stood ? "it still has the subscriptions" : "subscribed again"));
+            }
+            _isGone = false;
+        } catch (const ClientError& error) {
+            _noteAbsence(error);
+        }
+    }
+
+    void _noteAbsence(const ClientError& error) {
+        if (error.kind() == ClientError::Kind::refused) {
+            throw error;
+        }
+        if (!std::exchange(_isGone, true)) {
+            _output.notice(fmt::format("The daemon is gone: {}. Waiting for it to come back; Ctrl-C ends.",
+                                       error.what()));
+        }
+    }
+
+    Subscriber& _subscriber;
+    const std::string _server;
+    const seconds _interval;
+    Ending& _ending;
+    Output& _output;
+    bool _isGone = false;
+};
+
+class Listen : public Command {
+public:
+    CLI::App* declare(CLI::App& program, CommonOptions& common) override {
+        CLI::App* command = program.add_subcommand(
+            "listen", "Listen for indications and print one line for each, until Ctrl-C");
+        _subscriptions.declare(*command);
+        _printing.declare(*command);
+        command->add_option("--address", _address, "Loopback address to listen on; default: 127.0.0.1")
+            ->type_name("ADDRESS");
+        command->add_option("--port", _port, "Port to listen on; default: a free one")->type_name("PORT");
+        command->add_option("--session", _session, "Session number; default: the process's own")
+            ->type_name("N");
+        command->add_option("--heartbeat", _heartbeat, "Seconds between two looks at the daemon; default: 20")
+            ->type_name("SECONDS")
+            ->check(CLI::Range(1, 86400));
+        declareServer(*command, common);
+        return command;
+    }
+
+    int run(const CommonOptions& common, Output& output) override {
+        Ending ending;
+        IndicationPrinter printer(_printing, _subscriptions, output, ending);
+        ExportListener listener(
+            {_address, std::to_string(_port)}, [&](const ExportMessage& message) { printer.print(message); },
+            [&](const std::string& problem) { output.notice(problem); });
+        const HostPort server = common.serverAddress();
+        Subscriber subscriber(server, WBEMClient::subscriber(listener.address(), _sessionNumber()),
+                              _read(server), patienceFor(seconds(_heartbeat)));
+        const Serving serving(listener);
+        subscriber.subscribe();
+        // From the first one on, the daemon forgets a subscriber that is no longer there.
+        subscriber.sendHeartBeat();
+        output.notice(fmt::format("Listening on {}, {} at {}. Ctrl-C ends.", listener.address().text(),
+                                  counted(subscriber.size(), "subscription"), server.text()));
+        Watch(subscriber, server, seconds(_heartbeat), ending, output).run();
+        _unsubscribe(subscriber, printer.count(), output);
+        return ExitCode::done;
+    }
+
+private:
+    unsigned int _sessionNumber() const {
+        return _session ? *_session : static_cast<unsigned int>(::getpid());
+    }
+
+    std::vector<Subscription> _read(const HostPort& server) const {
+        return _subscriptions.subscriptions([&] {
+            WBEMClient client(server);
+            return CIMClient(client).rootClasses();
+        });
+    }
+
+    static void _unsubscribe(Subscriber& subscriber, std::uint64_t count, Output& output) {
+        const std::string heard = counted(count, "indication") + ".";
+        try {
+            subscriber.unsubscribe();
+            output.notice("Unsubscribed after " + heard);
+        } catch (const ClientError& error) {
+            output.notice(fmt::format("Could not unsubscribe: {}. Ended after {}", error.what(), heard));
+        }
+    }
+
+    SubscriptionOptions _subscriptions;
+    PrintOptions _printing;
+    std::string _address = "127.0.0.1";
+    std::uint16_t _port = 0;
+    std::optional<unsigned int> _session;
+    int _heartbeat = 20;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeListen() {
+    return std::make_unique<Listen>();
+}
+
+}  // namespace velm

@@ -1,0 +1,182 @@
+#include "velmctl/commands/Program.h"
+
+#include "foundation/utilities/OrvoBaseException.h"
+#include "velmctl/client/ClientError.h"
+#include "velmctl/commands/Command.h"
+#include "velmctl/commands/CommandLineMistake.h"
+#include "velmctl/commands/ExitCode.h"
+#include "velmd/model/CIMStatus.h"
+
+#include <csignal>
+#include <cstdio>
+#include <map>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+namespace velm {
+
+namespace {
+
+using Kind = ClientError::Kind;
+
+constexpr std::size_t optionColumn = 30;
+
+constexpr const char* examples =
+    "Examples:\n"
+    "  velmctl listen                                 hear whatever happens, until Ctrl-C\n"
+    "  velmctl listen -e change CIM_DataFile          hear of changes of files\n"
+    "  velmctl emit create CIM_ComputerSystem Name=moon\n"
+    "  velmctl ping-listener 127.0.0.1:5990           find out why a listener hears nothing\n"
+    "\n"
+    "Exit codes: 0 done; 1 failed; 2 the command line is not allowed; 3 no daemon was reached;\n"
+    "4 the daemon refused; 5 the listener's port cannot be had; 6 the channel broke;\n"
+    "7 a listener did not accept the test indication.";
+
+/// Names an option with its argument, and nothing more.
+class OneLineFormatter : public CLI::Formatter {
+public:
+    OneLineFormatter() { column_width(optionColumn); }
+    std::string make_option_opts(const CLI::Option* option) const override {
+        const std::string type = option->get_type_name();
+        const std::string name = type.substr(0, type.find(':'));
+        return name.empty() ? "" : " " + name;
+    }
+};
+
+void declareCommon(CLI::App& app, CommonOptions& common) {
+    app.set_help_flag("-h,--help", "Print this text")->group("Common");
+    app.add_flag("--json", common.writesJson, "Write JSON, one object a line")->group("Common");
+}
+
+std::string adviceFor(CIMStatus status) {
+    switch (status) {
+        case CIMStatus::invalidClass:
+        case CIMStatus::invalidNamespace:
+            return "velmctl classes --namespace NS shows the classes of a namespace";
+        case CIMStatus::notFound:
+            return "velmctl instances CLASS --names shows those that there are";
+        default:
+            return {};
+    }
+}
+
+/// What to do about a failure.
+std::string adviceFor(const ClientError& error, const CommonOptions& common) {
+    switch (error.kind()) {
+        case Kind::unresolved:
+            return "Check the spelling, or name an address: 127.0.0.1 or ::1";
+        case Kind::notLocal:
+            return "velmctl talks to this machine only: 127.0.0.1, ::1 or localhost";
+        case Kind::noServer:
+            return fmt::format(
+                "Start the daemon with: velmd --port {}, or name another with --server HOST:PORT",
+                common.serverAddress().port);
+        case Kind::noAnswer:
+            return "Look at the daemon's log; it may be stopped or overloaded";
+        case Kind::noCIMServer:
+            return "Name the daemon's port with --server HOST:PORT";
+        case Kind::cannotListen:
+            return "Choose another with --address and --port; --port 0 is a free one";
+        case Kind::refused:
+            return adviceFor(static_cast<CIMStatus>(error.status()));
+        case Kind::badAddress:
+            break;
+    }
+    return {};
+}
+
+int exitCodeFor(Kind kind) {
+    switch (kind) {
+        case Kind::badAddress:
+            return ExitCode::usage;
+        case Kind::refused:
+            return ExitCode::refused;
+        case Kind::cannotListen:
+            return ExitCode::cannotListen;
+        case Kind::unresolved:
+        case Kind::notLocal:
+        case Kind::noServer:
+        case Kind::noAnswer:
+        case Kind::noCIMServer:
+            break;
+    }
+    return ExitCode::unreachable;
+}
+
+class Program {
+public:
+    Program() : _app("Talks to velmd: subscribes, listens, makes things happen.", "velmctl") {
+        _app.formatter(std::make_shared<OneLineFormatter>());
+        _app.footer(examples);
+        _app.require_subcommand(1);
+        _app.set_version_flag("--version", "velmctl " VELM_VERSION, "Print the version")->group("Common");
+        declareCommon(_app, _common);
+        declareServer(_app, _common);
+        // Here only: a subcommand's option would take it although the program's own was given.
+        _app.get_option("--server")->envname("VELMCTL_SERVER");
+        for (auto& command : allCommands()) {
+            CLI::App* declared = command->declare(_app, _common);
+            declareCommon(*declared, _common);
+            declared->footer("");
+            _commands.emplace(declared, std::move(command));
+        }
+    }
+
+    int run(int argc, const char* const* argv) {
+        try {
+            _app.parse(argc, argv);
+        } catch (const CLI::ParseError& reason) {
+            return _leave(reason);
+        }
+        Output output(_common.writesJson);
+        return _guarded(*_commands.at(_app.get_subcommands().front()), output);
+    }
+
+private:
+    int _leave(const CLI::ParseError& reason) {
+        if (reason.get_exit_code() == 0) {
+            return _app.exit(reason);
+        }
+        Output(_common.writesJson)
+            .error(describeMistake(_app, reason), adviceForMistake(_app), ExitCode::usage);
+        return ExitCode::usage;
+    }
+
+    int _guarded(Command& command, Output& output) {
+        try {
+            return command.run(_common, output);
+        } catch (const ClientError& error) {
+            const int code = exitCodeFor(error.kind());
+            output.error(error.what(), adviceFor(error, _common), code);
+            return code;
+        } catch (const CommandLineMistake& mistake) {
+            output.error(mistake.what(), adviceForMistake(_app), ExitCode::usage);
+            return ExitCode::usage;
+        } catch (const OrvoBaseException& error) {
+            output.error(error.getMessage().view(), "", ExitCode::failed);
+        } catch (const std::exception& error) {
+            output.error(error.what(), "", ExitCode::failed);
+        }
+        return ExitCode::failed;
+    }
+
+    CLI::App _app;
+    CommonOptions _common;
+    std::map<const CLI::App*, std::unique_ptr<Command>> _commands;
+};
+
+}  // namespace
+
+int runVelmctl(int argc, const char* const* argv) {
+    // A reader that goes away is seen where its lines are written, so that there is time to unsubscribe.
+    std::signal(SIGPIPE, SIG_IGN);
+    try {
+        return Program().run(argc, argv);
+    } catch (const std::exception& failure) {
+        fmt::print(stderr, "velmctl: {}\n", failure.what());
+    }
+    return ExitCode::failed;
+}
+
+}  // namespace velm

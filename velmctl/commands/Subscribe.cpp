@@ -1,0 +1,106 @@
+#include "velmctl/client/CIMClient.h"
+#include "velmctl/commands/Command.h"
+#include "velmctl/commands/ExitCode.h"
+#include "velmctl/commands/Subscriber.h"
+#include "velmctl/commands/SubscriptionOptions.h"
+#include "velmctl/output/Text.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+namespace velm {
+
+namespace {
+
+/// For a listener that is another program.
+class SubscribeBase : public Command {
+protected:
+    void declareOptions(CLI::App& command, CommonOptions& common) {
+        _subscriptions.declare(command);
+        command.add_option("--to", _listener, "Where the listener is, as the daemon is to call it")
+            ->type_name("HOST:PORT")
+            ->required();
+        command.add_option("--session", _session, "Session number of the listener; default: 1")
+            ->type_name("N");
+        declareServer(command, common);
+    }
+
+    HostPort listener() const { return HostPort::parse(_listener); }
+
+    Subscriber subscriber(const CommonOptions& common) const {
+        const HostPort server = common.serverAddress();
+        const auto wanted = _subscriptions.subscriptions([&] {
+            WBEMClient client(server);
+            return CIMClient(client).rootClasses();
+        });
+        return {server, WBEMClient::subscriber(listener(), _session), wanted, WBEMClient::usualPatience};
+    }
+
+    void report(const char* what, const Subscriber& subscriber, Output& output) const {
+        if (output.writesJson()) {
+            output.json(Json::object()
+                            .add("done", what)
+                            .add("listener", listener().text())
+                            .add("session", static_cast<std::uint64_t>(_session))
+                            .add("subscriptions", static_cast<std::uint64_t>(subscriber.size())));
+        } else {
+            output.line(fmt::format("{} {} session {}: {}", what, listener().text(), _session,
+                                    counted(subscriber.size(), "subscription")));
+        }
+    }
+
+private:
+    SubscriptionOptions _subscriptions;
+    std::string _listener;
+    unsigned int _session = 1;
+};
+
+class Subscribe : public SubscribeBase {
+public:
+    CLI::App* declare(CLI::App& program, CommonOptions& common) override {
+        CLI::App* command = program.add_subcommand("subscribe", "Subscribe for a listener of your own");
+        declareOptions(*command, common);
+        return command;
+    }
+
+    int run(const CommonOptions& common, Output& output) override {
+        Subscriber wanted = subscriber(common);
+        wanted.subscribe();
+        report("subscribed", wanted, output);
+        return ExitCode::done;
+    }
+};
+
+class Unsubscribe : public SubscribeBase {
+public:
+    CLI::App* declare(CLI::App& program, CommonOptions& common) override {
+        CLI::App* command =
+            program.add_subcommand("unsubscribe", "Take back what subscribe did, with the same options");
+        declareOptions(*command, common);
+        return command;
+    }
+
+    int run(const CommonOptions& common, Output& output) override {
+        Subscriber unwanted = subscriber(common);
+        if (!unwanted.unsubscribe()) {
+            output.error("the daemon has no such subscription, or not all of them",
+                         "Give the options with which it was made, --to and --session included",
+                         ExitCode::refused);
+            return ExitCode::refused;
+        }
+        report("unsubscribed", unwanted, output);
+        return ExitCode::done;
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeSubscribe() {
+    return std::make_unique<Subscribe>();
+}
+
+std::unique_ptr<Command> makeUnsubscribe() {
+    return std::make_unique<Unsubscribe>();
+}
+
+}  // namespace velm

@@ -1,0 +1,94 @@
+#include "velmctl/output/Output.h"
+
+#include "velmctl/output/Text.h"
+
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <langinfo.h>
+#include <unistd.h>
+
+#include <fmt/format.h>
+
+namespace velm {
+
+namespace {
+
+bool wantsColours() {
+    const char* refused = std::getenv("NO_COLOR");
+    const char* terminal = std::getenv("TERM");
+    return ::isatty(STDOUT_FILENO) != 0 && (!refused || *refused == '\0') &&
+           (!terminal || std::string_view(terminal) != "dumb");
+}
+
+bool isUTF8() {
+    std::setlocale(LC_CTYPE, "");
+    return std::string_view(::nl_langinfo(CODESET)) == "UTF-8";
+}
+
+const char* codeOf(Colour colour) {
+    switch (colour) {
+        case Colour::faint:
+            return "2";
+        case Colour::bold:
+            return "1";
+        case Colour::green:
+            return "32";
+        case Colour::yellow:
+            return "33";
+        case Colour::red:
+            return "31";
+        case Colour::cyan:
+            return "36";
+    }
+    return "0";
+}
+
+bool write(std::FILE* stream, const std::string& text) {
+    return std::fwrite(text.data(), 1, text.size(), stream) == text.size() && std::fflush(stream) == 0;
+}
+
+}  // namespace
+
+Output::Output(bool writesJson)
+    : _writesJson(writesJson), _hasColours(!writesJson && wantsColours()), _drawsBoxes(isUTF8()) {
+}
+
+void Output::line(std::string_view text) {
+    const std::lock_guard lock(_lock);
+    _hasFailed = !write(stdout, std::string(text) + "\n") || _hasFailed;
+}
+
+void Output::notice(std::string_view text) {
+    const std::string line = _writesJson ? Json::object().add("notice", text).text() : printable(text);
+    const std::lock_guard lock(_lock);
+    write(stderr, line + "\n");
+}
+
+void Output::error(std::string_view problem, std::string_view advice, int exitCode) {
+    std::string line;
+    if (_writesJson) {
+        Json json = Json::object();
+        json.add("error", problem);
+        if (!advice.empty()) {
+            json.add("advice", advice);
+        }
+        line = json.add("exitCode", exitCode).text();
+    } else {
+        const char* mark = advice.empty() ? "" : problem.ends_with('?') ? " " : ". ";
+        line = fmt::format("velmctl: {}{}{}", printable(problem), mark, printable(advice));
+    }
+    const std::lock_guard lock(_lock);
+    write(stderr, line + "\n");
+}
+
+std::string Output::coloured(Colour colour, std::string_view text) const {
+    return _hasColours ? fmt::format("\x1b[{}m{}\x1b[0m", codeOf(colour), text) : std::string(text);
+}
+
+bool Output::hasFailed() const {
+    const std::lock_guard lock(_lock);
+    return _hasFailed;
+}
+
+}  // namespace velm

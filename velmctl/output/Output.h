@@ -1,0 +1,52 @@
+#pragma once
+
+#include "velmctl/output/Json.h"
+
+#include <mutex>
+#include <string>
+#include <string_view>
+
+namespace velm {
+
+enum class Colour { faint, bold, green, yellow, red, cyan };
+
+/// Where the program's words go: results on standard output, everything else on standard error.
+///
+/// Threads: any; lines never mix. Failure: hasFailed() tells that standard output takes no more.
+class Output {
+public:
+    /// Looks at the streams, the locale and the environment (NO_COLOR) once.
+    explicit Output(bool writesJson);
+
+    /// Whether results are JSON, one object a line.
+    bool writesJson() const noexcept { return _writesJson; }
+    /// Whether standard output takes characters that draw boxes.
+    bool drawsBoxes() const noexcept { return _drawsBoxes; }
+
+    /// A result. `text` may hold several lines; a line end is added.
+    void line(std::string_view text);
+    void json(const Json& object) { line(object.text()); }
+
+    /// What a person should know meanwhile: {"notice": ...} with JSON.
+    void notice(std::string_view text);
+
+    /// The failure that ends the program: {"error": ..., "advice": ..., "exitCode": ...} with JSON. An empty
+    /// `advice` is left out.
+    void error(std::string_view problem, std::string_view advice, int exitCode);
+
+    /// `text` in colour where standard output is a terminal that is to have colours.
+    std::string coloured(Colour colour, std::string_view text) const;
+
+    /// Nobody reads standard output any more, or it cannot be written.
+    bool hasFailed() const;
+
+private:
+    const bool _writesJson;
+    const bool _hasColours;
+    const bool _drawsBoxes;
+    mutable std::mutex _lock;
+    // Guarded by _lock.
+    bool _hasFailed = false;
+};
+
+}  // namespace velm

@@ -1,0 +1,81 @@
+#include "velmctl/output/Text.h"
+
+#include "server/xml/Utf8.h"
+
+#include <fmt/format.h>
+
+namespace velm {
+
+namespace {
+
+constexpr std::string_view replacement = "\xEF\xBF\xBD";
+
+bool isControl(char32_t character) {
+    return character < 0x20 || (character >= 0x7F && character < 0xA0) || character == 0x2028 ||
+           character == 0x2029;
+}
+
+/// Controls in `kept` stay as they are.
+std::string escaped(std::string_view text, std::string_view kept) {
+    std::string result;
+    for (std::size_t at = 0; at < text.size();) {
+        const Utf8Character character = utf8At(text, at);
+        if (!character.isValid) {
+            result += replacement;
+        } else if (isControl(character.value) && kept.find(text[at]) == std::string_view::npos) {
+            result += fmt::format("\\x{:02x}", static_cast<unsigned int>(character.value));
+        } else {
+            result += text.substr(at, character.length);
+        }
+        at += character.length;
+    }
+    return result;
+}
+
+}  // namespace
+
+std::string validText(std::string_view text) {
+    std::string result;
+    for (std::size_t at = 0; at < text.size();) {
+        const Utf8Character character = utf8At(text, at);
+        result += character.isValid ? text.substr(at, character.length) : replacement;
+        at += character.length;
+    }
+    return result;
+}
+
+std::string printable(std::string_view text) {
+    return escaped(text, {});
+}
+
+std::string printableLines(std::string_view text) {
+    return escaped(text, "\n\t");
+}
+
+std::string shortened(std::string_view text, std::size_t size) {
+    if (text.size() <= size) {
+        return std::string(text);
+    }
+    std::size_t end = 0;
+    for (std::size_t next = 0; next <= size; next += utf8At(text, next).length) {
+        end = next;
+    }
+    return std::string(text.substr(0, end)) + "...";
+}
+
+std::string counted(std::uint64_t count, std::string_view thing) {
+    return fmt::format("{} {}{}", count, thing, count == 1 ? "" : "s");
+}
+
+std::string ageText(std::chrono::microseconds age) {
+    const double seconds = static_cast<double>(age.count()) / 1e6;
+    if (seconds < 10) {
+        return fmt::format("{:.3f} s", seconds);
+    }
+    if (seconds < 120) {
+        return fmt::format("{:.1f} s", seconds);
+    }
+    return seconds < 7200 ? fmt::format("{:.0f} min", seconds / 60) : fmt::format("{:.0f} h", seconds / 3600);
+}
+
+}  // namespace velm

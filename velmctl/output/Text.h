@@ -1,0 +1,30 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+/// Text of others, made fit for people. Any thread.
+namespace velm {
+
+/// `text` as valid UTF-8: each byte that is part of no character becomes U+FFFD.
+std::string validText(std::string_view text);
+
+/// The same for one line of a terminal: control characters, which could move the cursor or end the line, are
+/// written as \x1b.
+std::string printable(std::string_view text);
+
+/// The same for several lines: line ends and tabs stay.
+std::string printableLines(std::string_view text);
+
+/// `text` cut to `size` bytes, at the end of a character, with dots behind what is left.
+std::string shortened(std::string_view text, std::size_t size);
+
+/// "1 indication", "2 indications".
+std::string counted(std::uint64_t count, std::string_view thing);
+
+/// "0.412 s", "75.0 s", "12 min", "3 h".
+std::string ageText(std::chrono::microseconds age);
+
+}  // namespace velm
