@@ -27,7 +27,7 @@ std::string targetText(const Target& target) {
     if (target.sense == Target::Sense::none) {
         return "";
     }
-    return fmt::format("{} {:g}{} ({:g})",
+    return fmt::format("{} {:.3g}{} ({:.3g})",
                        target.sense == Target::Sense::atLeast ? ">=" : "<=", target.wanted, target.unit,
                        target.wished);
 }

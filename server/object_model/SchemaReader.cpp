@@ -113,9 +113,7 @@ void SchemaReader::endElement(std::string_view) {
 }
 
 void SchemaReader::characters(std::string_view text) {
-    if (_inAssociationQualifier) {
-        _qualifierText += text;
-    }
+    _qualifierText += text;
 }
 
 }  // namespace velm

@@ -38,6 +38,7 @@ public:
     void startElement(std::string_view name, const XMLAttributes& attributes) override;
     void endElement(std::string_view name) override;
     void characters(std::string_view text) override;
+    bool wantsCharacters() const override { return _inAssociationQualifier; }
 
 private:
     void _startClass(const XMLAttributes& attributes);

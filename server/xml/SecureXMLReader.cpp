@@ -334,6 +334,10 @@ private:
     /// The parser hands long text over in blocks, which may part a surrogate pair: the first half waits in
     /// _carry.
     void characters(const XMLCh* const text, const XMLSize_t length) override {
+        if (!_handler->wantsCharacters()) {
+            _carry.clear();
+            return;
+        }
         std::span<const XMLCh> units(text, length);
         if (!_carry.empty()) {
             units = _carry.append(text, length);

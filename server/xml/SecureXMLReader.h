@@ -61,6 +61,10 @@ public:
     /// come in several calls; a character is never split. The view is valid during the call.
     virtual void characters(std::string_view text) = 0;
 
+    /// Whether the text that comes next is to be handed over. Most text of some documents is white space that
+    /// nobody wants.
+    virtual bool wantsCharacters() const { return true; }
+
 protected:
     /// The end of the piece that is being handed over. Requires: called during one of the operations above.
     XMLPosition position() const;

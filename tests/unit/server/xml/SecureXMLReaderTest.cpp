@@ -73,6 +73,20 @@ TEST(SecureXMLReader, HandsOverElementsAttributesAndText) {
     EXPECT_EQ(read("<?xml version=\"1.0\"?><a x='1' y=\"z\">one<b/>two</a>"), "<a x=1 y=z>one<b></b>two</a>");
 }
 
+TEST(SecureXMLReader, KeepsTextFromAHandler_AsLongAsItWantsNone) {
+    class Picky : public Recorder {
+    public:
+        bool wantsCharacters() const override {
+            return record.find("<WANTED>") != std::string::npos &&
+                   record.find("</WANTED>") == std::string::npos;
+        }
+    };
+    Picky handler;
+    SecureXMLReader().parse(
+        "<A> <B>\xF0\x9F\x98\x80 one</B>\n<WANTED>two &amp; \xF0\x9F\x98\x80</WANTED> </A>", handler);
+    EXPECT_EQ(handler.record, "<A><B></B><WANTED>two & \xF0\x9F\x98\x80</WANTED></A>");
+}
+
 TEST(SecureXMLReader, KeepsWhiteSpaceAndPrefixes) {
     EXPECT_EQ(read("<a xml:lang='en'>\n  <b> </b>\r\n</a>"), "<a xml:lang=en>\n  <b> </b>\n</a>");
 }
