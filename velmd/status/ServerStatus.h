@@ -1,0 +1,138 @@
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// What the daemon can tell about itself at one moment. Plain values: the page, the metrics and the JSON
+/// document are three ways to write the same.
+namespace velm::status {
+
+using Time = std::chrono::system_clock::time_point;
+
+/// Something that went wrong, with when it did last.
+struct Failure {
+    /// "failed to connect: Connection refused". May hold text of a client: to be escaped by whoever writes
+    /// it.
+    std::string text;
+    Time since;
+    Time last;
+    /// How often in a row.
+    std::uint64_t count = 0;
+};
+
+struct Subscriber {
+    std::string host;
+    std::string port;
+    std::string session;
+    /// It keeps a connection open; otherwise it listens on its port.
+    bool isChannel = false;
+    Time since;
+    std::uint64_t subscriptions = 0;
+    std::uint64_t waiting = 0;
+    std::uint64_t queued = 0;
+    std::uint64_t delivered = 0;
+    std::uint64_t failed = 0;
+    std::uint64_t dropped = 0;
+    std::optional<Time> lastDelivery;
+    std::optional<Time> lastHeartbeat;
+    /// What the delivery thread last hit, and has not got over since when `isFailing`.
+    std::optional<Failure> lastFailure;
+    bool isFailing = false;
+    /// "12 dropped because an earlier one failed".
+    std::optional<Failure> lastDrop;
+};
+
+/// A subscriber that is gone. The latest are kept, a bounded number of them.
+struct RemovedSubscriber {
+    std::string host;
+    std::string port;
+    std::string session;
+    bool isChannel = false;
+    Time when;
+    /// "delivery failed", "expired", "channel replaced", "unsubscribed".
+    std::string reason;
+    std::uint64_t delivered = 0;
+    std::uint64_t dropped = 0;
+    std::optional<Failure> lastFailure;
+};
+
+struct Provider {
+    std::string name;
+    std::string file;
+    std::vector<std::string> classes;
+    std::uint64_t reported = 0;
+    std::uint64_t refused = 0;
+    std::uint64_t calls = 0;
+    std::uint64_t failedCalls = 0;
+    std::optional<Failure> lastFailure;
+};
+
+struct Operation {
+    std::string name;
+    /// "ok", or the CIM status as a number.
+    std::string status;
+    std::uint64_t count = 0;
+};
+
+/// Since the daemon started.
+struct Counters {
+    std::uint64_t reported = 0;
+    std::uint64_t matched = 0;
+    std::uint64_t queued = 0;
+    std::uint64_t delivered = 0;
+    /// By reason: "connect", "send", "answer" and so on.
+    std::map<std::string, std::uint64_t> failed;
+    /// By rule: "queue full", "earlier one failed", "subscriber removed".
+    std::map<std::string, std::uint64_t> dropped;
+    std::map<std::string, std::uint64_t> removed;
+};
+
+/// From report to delivery. Bounds in seconds; each count is of those up to its bound and not of those
+/// before.
+struct Latency {
+    std::vector<double> bounds;
+    std::vector<std::uint64_t> counts;
+    std::uint64_t beyond = 0;
+    double sum = 0;
+};
+
+/// One step of the last minutes, per second.
+struct Rate {
+    double reported = 0;
+    double delivered = 0;
+    double failed = 0;
+    double dropped = 0;
+};
+
+struct ServerStatus {
+    std::string version;
+    std::string compiler;
+    Time now;
+    Time started;
+    bool isReady = false;
+    /// Why not.
+    std::string notReady;
+    bool indicationsEnabled = false;
+    std::uint64_t classes = 0;
+    std::uint64_t connections = 0;
+    std::uint64_t requestsUnderWay = 0;
+    bool logsIndications = false;
+    std::string indicationsLog;
+    Counters counters;
+    Latency latency;
+    std::vector<Operation> operations;
+    std::vector<Provider> providers;
+    std::vector<Subscriber> subscribers;
+    std::vector<RemovedSubscriber> removed;
+    /// Oldest first.
+    std::chrono::seconds rateStep{0};
+    std::vector<Rate> rates;
+};
+
+}  // namespace velm::status
