@@ -7,8 +7,9 @@ namespace velm {
 void declareServer(CLI::App& command, CommonOptions& common) {
     command
         .add_option("-s,--server", common.server,
-                    "The daemon; default: 127.0.0.1:5988; also from the environment: VELMCTL_SERVER")
-        ->type_name("HOST[:PORT]")
+                    "HOST or HOST:PORT of the daemon; default: 127.0.0.1:5988; also from the environment: "
+                    "VELMCTL_SERVER")
+        ->type_name("SERVER")
         ->group("Common");
 }
 

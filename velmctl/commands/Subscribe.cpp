@@ -17,8 +17,8 @@ class SubscribeBase : public Command {
 protected:
     void declareOptions(CLI::App& command, CommonOptions& common) {
         _subscriptions.declare(command);
-        command.add_option("--to", _listener, "Where the listener is, as the daemon is to call it")
-            ->type_name("HOST:PORT")
+        command.add_option("--to", _listener, "HOST:PORT of the listener, as the daemon is to call it")
+            ->type_name("LISTENER")
             ->required();
         command.add_option("--session", _session, "Session number of the listener; default: 1")
             ->type_name("N");
