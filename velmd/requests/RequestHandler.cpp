@@ -138,6 +138,9 @@ void RequestHandler::_listOperations() {
     list("Unsubscribe", _subscriptions, &SubscriptionOperations::unsubscribe);
     list("RegisterNotificationChannel", _subscriptions, &SubscriptionOperations::registerNotificationChannel);
     list("HeartBeat", _subscriptions, &SubscriptionOperations::heartBeat);
+    list("LogIndications", _log, &LogOperations::logIndications);
+    list("PlaceMarker", _log, &LogOperations::placeMarker);
+    list("ClearIndicationsLog", _log, &LogOperations::clearIndicationsLog);
 }
 
 HTTPResponse RequestHandler::handle(const HTTPRequest& http) const {

@@ -5,6 +5,7 @@
 #include "velmd/requests/CIMRequest.h"
 #include "velmd/requests/ClassOperations.h"
 #include "velmd/requests/InstanceOperations.h"
+#include "velmd/requests/LogOperations.h"
 #include "velmd/requests/SubscriptionOperations.h"
 
 #include <functional>
@@ -55,6 +56,7 @@ private:
     const InstanceOperations _instances;
     const AssociationOperations _associations;
     const SubscriptionOperations _subscriptions;
+    const LogOperations _log{};
     const MessageLimits _limits;
     const Authenticate _authenticate;
     std::unordered_map<std::string, Operation, CIMNameHash, CIMNameEqual> _operations;
