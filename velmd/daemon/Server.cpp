@@ -9,6 +9,7 @@
 #include "velmd/daemon/LogSetup.h"
 #include "velmd/daemon/RepositoryReports.h"
 #include "velmd/repository/RegistryClasses.h"
+#include "velmd/status/Describe.h"
 
 #include <algorithm>
 #include <climits>
@@ -100,8 +101,10 @@ Server::Server(const Settings& settings) : Server(settings, Unstarted()) {
         RequestHandler::Parts{_repository, _instances, *_manager, hostName(settings), &mirrorClass,
                               static_cast<std::size_t>(settings.number("VELM", "MaxSubscribers"))},
         messageLimits);
+    _status = std::make_unique<status::Collector>(_statusParts());
     _http = std::make_unique<HTTPServer>(optionsIn(settings),
                                          [this](const HTTPRequest& request) { return _handle(request); });
+    _isServing = true;
 }
 
 Server::~Server() {
@@ -164,8 +167,19 @@ HTTPResponse Server::_handle(const HTTPRequest& request) {
     return _handler->handle(request);
 }
 
+status::Collector::Parts Server::_statusParts() const {
+    return {*_manager,
+            [this] { return _repository.find(mirroredNamespace).classes->size(); },
+            [this] { return _isServing ? _http->connectionCount() : 0; },
+            [this] { return _requestsInWork.load(); },
+            [this] { return _isServing ? "" : "the server is starting or stopping"; },
+            [this] { return status::describe(_handler->counts()); },
+            [this] { return status::describe(*_providers); }};
+}
+
 Server::Leftover Server::stop(std::chrono::milliseconds patience) {
     const auto deadline = std::chrono::steady_clock::now() + patience;
+    _isServing = false;
     Leftover leftover;
     leftover.requests = _http->stop(patience / 2);
     _providers->closeGates();
