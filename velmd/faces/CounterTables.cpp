@@ -20,20 +20,37 @@ using status::ServerStatus;
 
 using Count = std::pair<std::string, std::uint64_t>;
 
+enum class Bars { none, shown };
+
+/// How much of the largest count it is, for the eye only.
+std::string bar(std::uint64_t count, std::uint64_t most) {
+    const double width = most == 0 ? 0 : 100 * static_cast<double>(count) / static_cast<double>(most);
+    return fmt::format(
+        R"(<td class="bar"><svg viewBox="0 0 100 8" preserveAspectRatio="none" aria-hidden="true">)"
+        R"(<rect width="{:.1f}" height="8"/></svg></td>)",
+        count == 0 ? 0 : std::max(1.0, width));
+}
+
 /// A small table of names and counts. `names` are HTML.
-std::string countsTable(std::string_view caption, std::string_view ofWhat, const std::vector<Count>& rows) {
+std::string countsTable(std::string_view caption, std::string_view ofWhat, const std::vector<Count>& rows,
+                        Bars bars = Bars::none) {
+    const std::uint64_t most = rows.empty() ? 0 : std::ranges::max(rows, {}, &Count::second).second;
     std::string html = fmt::format(
         R"(<div class="panel"><table class="counts"><caption>{}</caption><thead><tr><th scope="col">{}</th>)"
-        R"(<th scope="col" class="number">Count</th></tr></thead><tbody>)",
-        caption, ofWhat);
+        R"({}<th scope="col" class="number">Count</th></tr></thead><tbody>)",
+        caption, ofWhat, bars == Bars::shown ? "<td></td>" : "");
     const std::size_t shownCount = std::min(rows.size(), mostCountsShown);
     for (std::size_t index = 0; index < shownCount; ++index) {
+        const auto& [name, count] = rows[index];
         fmt::format_to(std::back_inserter(html),
-                       R"(<tr><th scope="row">{}</th><td class="number{}">{}</td></tr>)", rows[index].first,
-                       rows[index].second == 0 ? " zero" : "", numberText(rows[index].second));
+                       R"(<tr><th scope="row">{}</th>{}<td class="number{}">{}</td></tr>)", name,
+                       bars == Bars::shown ? bar(count, most) : std::string(), count == 0 ? " zero" : "",
+                       numberText(count));
     }
     if (rows.empty()) {
-        html += R"(<tr><th scope="row" class="zero">none</th><td class="number zero">0</td></tr>)";
+        html +=
+            fmt::format(R"(<tr><th scope="row" class="zero">none</th>{}<td class="number zero">0</td></tr>)",
+                        bars == Bars::shown ? "<td></td>" : "");
     }
     html += "</tbody></table>";
     if (shownCount < rows.size()) {
@@ -94,7 +111,7 @@ std::string countersSection(const ServerStatus& status) {
     html += countsTable("Deliveries that failed", "Reason", rowsOf(counters.failed));
     html += countsTable("Indications dropped", "Rule", rowsOf(counters.dropped));
     html += countsTable("Subscribers removed", "Reason", rowsOf(counters.removed));
-    html += countsTable("From report to delivery", "Time", rowsOf(status.latency));
+    html += countsTable("From report to delivery", "Time", rowsOf(status.latency), Bars::shown);
     html += countsTable("Requests", "Operation", rowsOf(status.operations));
     return html += "</div></section>\n";
 }

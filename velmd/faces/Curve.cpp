@@ -91,7 +91,7 @@ std::string Curve::drawing() const {
     fmt::format_to(
         std::back_inserter(svg),
         R"(<text x="{}" y="{}">{} ago</text><text x="{}" y="{}" text-anchor="end">now</text></svg>)", left,
-        height - 6, durationText(step * scale.steps), width - right, height - 6);
+        height - 6, durationText(step * values.size()), width - right, height - 6);
     return svg;
 }
 

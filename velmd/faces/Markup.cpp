@@ -12,14 +12,20 @@ namespace {
 
 constexpr std::size_t longestFailure = 240;
 
-std::string failureText(const status::Failure& failure, bool isOver, status::Time now) {
-    std::string html = shown(failure.text, longestFailure);
-    const char* const label = isOver ? "over; last " : "since ";
-    const status::Time time = isOver ? failure.last : failure.since;
-    fmt::format_to(std::back_inserter(html), R"(<div class="when">{}{}{}</div>)", label,
-                   agoElement(now, time),
-                   failure.count > 1 ? fmt::format(", {} in a row", numberText(failure.count)) : "");
-    return html;
+std::string whenText(const status::Failure& failure, Course course, status::Time now) {
+    const std::string often =
+        failure.count > 1 ? fmt::format(", {} in a row", numberText(failure.count)) : std::string();
+    switch (course) {
+        case Course::goesOn:
+            return fmt::format(R"(for {}, since <time datetime="{}">{}</time>{})",
+                               durationText(now - failure.since), isoText(failure.since),
+                               momentText(now, failure.since), often);
+        case Course::isOver:
+            return "over; last " + agoElement(now, failure.last) + often;
+        case Course::wasLast:
+            break;
+    }
+    return agoElement(now, failure.last) + often;
 }
 
 }  // namespace
@@ -42,9 +48,13 @@ std::string countCell(std::string_view column, std::uint64_t number) {
     return cell(column, numberText(number), number == 0 ? "number zero" : "number");
 }
 
-std::string failureCell(const std::optional<status::Failure>& failure, bool isOver, status::Time now,
+std::string failureCell(const std::optional<status::Failure>& failure, Course course, status::Time now,
                         std::string_view moreHtml) {
-    std::string html = failure ? failureText(*failure, isOver, now) : std::string();
+    std::string html;
+    if (failure) {
+        html = fmt::format(R"({}<div class="when">{}</div>)", shown(failure->text, longestFailure),
+                           whenText(*failure, course, now));
+    }
     html += moreHtml;
     return html.empty() ? cell("Last error", "none", "error zero") : cell("Last error", html, "error");
 }

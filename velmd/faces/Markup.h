@@ -24,8 +24,13 @@ std::string tableHead(std::string_view caption, std::initializer_list<Column> co
 std::string cell(std::string_view column, std::string_view html, std::string_view style = "");
 /// A cell with a count; a 0 steps back.
 std::string countCell(std::string_view column, std::uint64_t number);
-/// The cell with the last error, and since when; empty ones say so in a word.
-std::string failureCell(const std::optional<status::Failure>& failure, bool isOver, status::Time now,
+enum class Course {
+    goesOn,   ///< It fails still.
+    isOver,   ///< It works again.
+    wasLast,  ///< Nothing came after it.
+};
+/// The cell with the last error, and when; without one it says so in a word.
+std::string failureCell(const std::optional<status::Failure>& failure, Course course, status::Time now,
                         std::string_view moreHtml = "");
 
 /// A sign and a word beside it, so that neither colour nor sign is needed. `kind`: "good", "bad", "warn" or

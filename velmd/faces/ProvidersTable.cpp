@@ -3,6 +3,7 @@
 #include "velmd/faces/Text.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include <fmt/format.h>
 
@@ -28,13 +29,13 @@ std::string rowOf(const Provider& provider, status::Time now) {
     const bool hasFailed = provider.lastFailure && now - provider.lastFailure->last < recent;
     std::string row = hasFailed ? R"(<tr class="bad">)" : "<tr>";
     row += fmt::format(R"(<th scope="row">{}<div class="when">{}</div></th>)", shown(provider.name),
-                       shown(provider.file, 160));
+                       shown(std::filesystem::path(provider.file).filename().string()));
     row += cell("Watches", classesOf(provider), "classes");
     row += countCell("Reported", provider.reported);
     row += countCell("Refused", provider.refused);
     row += countCell("Calls", provider.calls);
     row += countCell("Failed calls", provider.failedCalls);
-    row += failureCell(provider.lastFailure, !hasFailed, now);
+    row += failureCell(provider.lastFailure, Course::wasLast, now);
     return row += "</tr>\n";
 }
 

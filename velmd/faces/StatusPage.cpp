@@ -116,7 +116,9 @@ std::string latencyFact(const Latency& latency) {
     const std::string half = boundOf(latency, 0.5);
     const std::string most = boundOf(latency, 0.95);
     if (half.empty()) {
-        return "no delivery yet";
+        return latency.beyond == 0 ? "no delivery yet"
+                                   : "half take longer than " +
+                                         latencyText(latency.bounds.empty() ? 0 : latency.bounds.back());
     }
     return fmt::format(
         "half within {}<small>{}</small>", half,

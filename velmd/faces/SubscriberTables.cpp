@@ -74,7 +74,8 @@ std::string rowOf(const Subscriber& subscriber, Time now) {
     row += countCell("Dropped", subscriber.dropped);
     row += subscriber.lastDelivery ? cell("Last delivery", agoElement(now, *subscriber.lastDelivery))
                                    : cell("Last delivery", "never", "zero");
-    row += failureCell(subscriber.lastFailure, !subscriber.isFailing, now, dropText(subscriber, now));
+    row += failureCell(subscriber.lastFailure, subscriber.isFailing ? Course::goesOn : Course::isOver, now,
+                       dropText(subscriber, now));
     return row += "</tr>\n";
 }
 
@@ -85,7 +86,7 @@ std::string rowOf(const RemovedSubscriber& removed, Time now) {
     row += cell("Reason", shown(removed.reason));
     row += countCell("Delivered", removed.delivered);
     row += countCell("Dropped", removed.dropped);
-    row += failureCell(removed.lastFailure, true, now);
+    row += failureCell(removed.lastFailure, Course::wasLast, now);
     return row += "</tr>\n";
 }
 

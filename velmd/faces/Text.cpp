@@ -135,7 +135,7 @@ std::string agoText(status::Time now, status::Time time) {
 }
 
 std::string agoElement(status::Time now, status::Time time) {
-    return fmt::format(R"(<time datetime="{}">{} <small>{}</small></time>)", isoText(time),
+    return fmt::format(R"(<time datetime="{}">{}<small> {}</small></time>)", isoText(time),
                        agoText(now, time), momentText(now, time));
 }
 

@@ -5,6 +5,7 @@
 #include "velmd/requests/CIMRequest.h"
 #include "velmd/requests/ClassOperations.h"
 #include "velmd/requests/InstanceOperations.h"
+#include "velmd/requests/RequestCounts.h"
 #include "velmd/requests/SubscriptionOperations.h"
 
 #include <functional>
@@ -42,11 +43,15 @@ public:
 
     HTTPResponse handle(const HTTPRequest& http) const;
 
+    /// Requests so far, by operation and outcome. Operations that there are not count as "other".
+    RequestCounts::Counts counts() const { return _counts.counts(); }
+
 private:
     using Operation = std::function<OperationResult(const CIMRequest&)>;
 
     HTTPResponse _answer(const HTTPRequest& http) const;
     HTTPResponse _run(const CIMRequest& request) const;
+    void _count(const CIMRequest& request, int status) const;
     OperationResult _operate(const CIMRequest& request) const;
     void _listOperations();
 
@@ -58,6 +63,7 @@ private:
     const MessageLimits _limits;
     const Authenticate _authenticate;
     std::unordered_map<std::string, Operation, CIMNameHash, CIMNameEqual> _operations;
+    mutable RequestCounts _counts;
 };
 
 }  // namespace velm

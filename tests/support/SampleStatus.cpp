@@ -1,4 +1,4 @@
-#include "tests/unit/velmd/faces/SampleStatus.h"
+#include "tests/support/SampleStatus.h"
 
 #include <cmath>
 
@@ -33,8 +33,8 @@ Subscriber failingOne() {
     subscriber.failed = 7;
     subscriber.dropped = 12;
     subscriber.lastDelivery = sampleNow() - 21min;
-    subscriber.lastFailure = Failure{"failed to connect: Connection refused", sampleNow() - 20min,
-                                     sampleNow() - 4s, 7};
+    subscriber.lastFailure =
+        Failure{"failed to connect: Connection refused", sampleNow() - 20min, sampleNow() - 4s, 7};
     subscriber.lastDrop =
         Failure{"12 dropped because an earlier one failed", sampleNow() - 19min, sampleNow() - 40s, 12};
     return subscriber;
@@ -56,8 +56,8 @@ void addSubscribers(ServerStatus& status) {
                           subscriberAt("::1", "5992", 1'004), losingOne(),
                           subscriberAt("listener-2.example.org", "5988", 0)};
     status.subscribers[2].waiting = 3;
-    status.subscribers[0].lastFailure =
-        Failure{"failed to receive: the answer did not come in 30 seconds", sampleNow() - 5h, sampleNow() - 5h, 1};
+    status.subscribers[0].lastFailure = Failure{"failed to receive: the answer did not come in 30 seconds",
+                                                sampleNow() - 5h, sampleNow() - 5h, 1};
 }
 
 void addRemoved(ServerStatus& status) {
@@ -93,8 +93,8 @@ void addProviders(ServerStatus& status) {
     links.reported = 18;
     links.refused = 0;
     links.failedCalls = 2;
-    links.lastFailure = Failure{"registerObserver: the kernel refused the request", sampleNow() - 7h,
-                                sampleNow() - 2h, 2};
+    links.lastFailure =
+        Failure{"registerObserver: the kernel refused the request", sampleNow() - 7h, sampleNow() - 2h, 2};
     status.providers = {files, links};
 }
 
@@ -185,7 +185,11 @@ ServerStatus statusFullOf(const std::string& text) {
     subscriber.isFailing = true;
     subscriber.lastFailure = subscriber.lastDrop = failure;
     status.subscribers = {subscriber};
-    status.removed = {{text, text, text, false, sampleNow(), text, 1, 1, failure}};
+    status::RemovedSubscriber removed;
+    removed.host = removed.port = removed.session = removed.reason = text;
+    removed.when = sampleNow();
+    removed.lastFailure = failure;
+    status.removed = {removed};
     status.providers = {{text, text, {text, text}, 1, 1, 1, 1, failure}};
     status.operations = {{text, text, 1}};
     status.counters.failed = status.counters.dropped = status.counters.removed = {{text, 1}};

@@ -14,7 +14,8 @@ status::Time sampleNow();
 /// A healthy server that nobody uses.
 status::ServerStatus quietStatus();
 
-/// A server with something of everything: subscribers that fail, lose, wait and hear; removed ones; providers.
+/// A server with something of everything: subscribers that fail, lose, wait and hear; removed ones;
+/// providers.
 status::ServerStatus livelyStatus();
 
 /// `count` subscribers; each hundredth fails.
