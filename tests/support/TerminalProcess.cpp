@@ -19,7 +19,7 @@ constexpr unsigned int pollInterval = 2000;  // microseconds
 
 }  // namespace
 
-TerminalProcess::TerminalProcess(const std::vector<std::string>& command) {
+TerminalProcess::TerminalProcess(const std::vector<std::string>& command, unsigned short columns) {
     std::vector<std::string> words{"/usr/bin/env", "-u", "NO_COLOR", "TERM=xterm", "LC_ALL=C.UTF-8"};
     words.insert(words.end(), command.begin(), command.end());
     std::vector<char*> arguments;
@@ -27,7 +27,7 @@ TerminalProcess::TerminalProcess(const std::vector<std::string>& command) {
         arguments.push_back(word.data());
     }
     arguments.push_back(nullptr);
-    winsize size{50, 1000, 0, 0};
+    winsize size{50, columns, 0, 0};
     _id = ::forkpty(&_terminal, nullptr, nullptr, &size);
     if (_id == 0) {
         ::execv(arguments[0], arguments.data());

@@ -17,8 +17,8 @@ namespace velm::test {
 /// std::runtime_error with what is on the screen.
 class TerminalProcess {
 public:
-    /// Starts a program by its path. The terminal is wide, and takes UTF-8 and colours.
-    explicit TerminalProcess(const std::vector<std::string>& command);
+    /// Starts a program by its path. The terminal takes UTF-8 and colours, and is wide unless told otherwise.
+    explicit TerminalProcess(const std::vector<std::string>& command, unsigned short columns = 1000);
     TerminalProcess(const TerminalProcess&) = delete;
     TerminalProcess& operator=(const TerminalProcess&) = delete;
     ~TerminalProcess();

@@ -67,6 +67,20 @@ std::string instanceElement(const IOrvoObject& instance) {
     return xml;
 }
 
+std::string classElement(const CIMClass& declaration) {
+    std::string xml;
+    writeClass(xml, declaration, CIMSelection());
+    return xml;
+}
+
+std::vector<std::string> namesIn(const Elements& elements) {
+    std::vector<std::string> names;
+    for (const XMLElement& element : elements) {
+        names.push_back(attributeOf(element, "NAME"));
+    }
+    return names;
+}
+
 }  // namespace
 
 CIMClass CIMClient::getClass(const std::string& name) {
@@ -89,12 +103,35 @@ std::vector<CIMClient::ClassEntry> CIMClient::classes(const std::string& root) {
     return entries;
 }
 
+std::vector<std::string> CIMClient::_classNames(bool deep) {
+    return namesIn(_client.callForElements(
+        "EnumerateClassNames", {{"DeepInheritance", WBEMClient::value(deep ? "TRUE" : "FALSE")}}));
+}
+
 std::vector<std::string> CIMClient::rootClasses() {
-    std::vector<std::string> names;
-    for (const XMLElement& found : _client.callForElements("EnumerateClassNames", {})) {
-        names.push_back(attributeOf(found, "NAME"));
-    }
-    return names;
+    return _classNames(false);
+}
+
+std::vector<std::string> CIMClient::allClassNames() {
+    return _classNames(true);
+}
+
+std::vector<std::string> CIMClient::qualifierNames() {
+    return namesIn(_client.callForElements("EnumerateQualifiers", {}));
+}
+
+void CIMClient::setQualifier(const CIMQualifierDeclaration& declaration) {
+    std::string xml;
+    writeQualifierDeclaration(xml, declaration);
+    _client.call("SetQualifier", {{"QualifierDeclaration", xml}});
+}
+
+void CIMClient::createClass(const CIMClass& declaration) {
+    _client.call("CreateClass", {{"NewClass", classElement(declaration)}});
+}
+
+void CIMClient::modifyClass(const CIMClass& declaration) {
+    _client.call("ModifyClass", {{"ModifiedClass", classElement(declaration)}});
 }
 
 std::vector<ORVSmrPtr<IOrvoInstanceName>> CIMClient::instanceNames(const std::string& className) {

@@ -7,14 +7,14 @@
 #include "velmd/model/CIMClass.h"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace velm {
 
 /// The standard operations on classes and instances (DSP0200), with CIM things rather than XML.
 ///
-/// Used by one thread; the client must outlive it. Failure: as WBEMClient, whose kind is noCIMServer for an
-/// answer that makes no sense.
+/// Used by one thread. Failure: as WBEMClient, whose kind is noCIMServer for an answer that makes no sense.
 class CIMClient {
 public:
     /// What a class tree shows of a class.
@@ -29,7 +29,8 @@ public:
         ORVSmrPtr<IOrvoObject> object;
     };
 
-    explicit CIMClient(WBEMClient& client) : _client(client) {}
+    explicit CIMClient(const HostPort& server, std::string nameSpace = routedNamespace)
+        : _client(server, std::move(nameSpace)) {}
 
     /// With all that the class inherits, qualifiers included.
     CIMClass getClass(const std::string& name);
@@ -39,6 +40,16 @@ public:
 
     /// The names of the classes that have no superclass.
     std::vector<std::string> rootClasses();
+    /// The names of all classes.
+    std::vector<std::string> allClassNames();
+
+    /// The names of the qualifiers that are declared.
+    std::vector<std::string> qualifierNames();
+
+    /// Replaces a declaration that is there already.
+    void setQualifier(const CIMQualifierDeclaration& declaration);
+    void createClass(const CIMClass& declaration);
+    void modifyClass(const CIMClass& declaration);
 
     /// The instances of a class and of its subclasses.
     std::vector<ORVSmrPtr<IOrvoInstanceName>> instanceNames(const std::string& className);
@@ -57,7 +68,9 @@ public:
     std::string path(const IOrvoInstanceName& name) const;
 
 private:
-    WBEMClient& _client;
+    std::vector<std::string> _classNames(bool deep);
+
+    WBEMClient _client;
 };
 
 }  // namespace velm

@@ -17,6 +17,7 @@ public:
         noServer,      ///< Start the server: nobody listens there.
         noAnswer,      ///< Look at the server: it is silent, or closed the connection.
         noCIMServer,   ///< Name another port: something else listens there.
+        unknownPage,   ///< Look at the server's version: it does not have what was asked for.
         refused,       ///< Change the request: the server said no. See status().
         cannotListen,  ///< Choose another port or address to listen on.
     };

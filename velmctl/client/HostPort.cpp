@@ -1,6 +1,7 @@
 #include "velmctl/client/HostPort.h"
 
 #include "velmctl/client/ClientError.h"
+#include "velmctl/client/InTime.h"
 
 #include <cstdint>
 
@@ -29,6 +30,24 @@ bool isPort(std::string_view text, std::uint16_t number) {
     return number != 0 && text == std::to_string(number);
 }
 
+struct Resolution {
+    bool hasFailed = false;
+    std::vector<std::string> loopback;
+};
+
+Resolution resolve(const std::string& host) {
+    boost::asio::io_context context;
+    boost::system::error_code failure;
+    const auto found = tcp::resolver(context).resolve(host, "", failure);
+    Resolution resolution{static_cast<bool>(failure), {}};
+    for (const auto& entry : found) {
+        if (entry.endpoint().address().is_loopback()) {
+            resolution.loopback.push_back(entry.endpoint().address().to_string());
+        }
+    }
+    return resolution;
+}
+
 }  // namespace
 
 HostPort HostPort::parse(std::string_view text, std::string_view defaultPort) {
@@ -53,25 +72,22 @@ std::string HostPort::text() const {
     return isV6 ? fmt::format("[{}]:{}", host, port) : fmt::format("{}:{}", host, port);
 }
 
-std::vector<std::string> loopbackAddresses(const std::string& host) {
-    boost::asio::io_context context;
-    boost::system::error_code failure;
-    const auto found = tcp::resolver(context).resolve(host, "", failure);
-    if (failure) {
+std::vector<std::string> loopbackAddresses(const std::string& host, std::chrono::milliseconds patience) {
+    const auto resolution = inTime<Resolution>(patience, [host] { return resolve(host); });
+    if (!resolution) {
+        throw ClientError(ClientError::Kind::unresolved,
+                          fmt::format("looking up the host '{}' took longer than {} s", host,
+                                      static_cast<double>(patience.count()) / 1000));
+    }
+    if (resolution->hasFailed) {
         throw ClientError(ClientError::Kind::unresolved,
                           fmt::format("the host '{}' does not resolve to an address", host));
     }
-    std::vector<std::string> addresses;
-    for (const auto& entry : found) {
-        if (entry.endpoint().address().is_loopback()) {
-            addresses.push_back(entry.endpoint().address().to_string());
-        }
-    }
-    if (addresses.empty()) {
+    if (resolution->loopback.empty()) {
         throw ClientError(ClientError::Kind::notLocal,
                           fmt::format("the host '{}' is not this machine", host));
     }
-    return addresses;
+    return resolution->loopback;
 }
 
 }  // namespace velm

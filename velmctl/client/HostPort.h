@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,7 +25,9 @@ struct HostPort {
 };
 
 /// The addresses of this machine among those of `host`, as literals. Throws ClientError: unresolved when the
-/// host is not known, notLocal when none of its addresses is a loopback one (127.0.0.0/8, ::1).
-std::vector<std::string> loopbackAddresses(const std::string& host);
+/// host is not known, or looking it up takes longer than `patience`; notLocal when none of its addresses is a
+/// loopback one (127.0.0.0/8, ::1).
+std::vector<std::string> loopbackAddresses(const std::string& host,
+                                           std::chrono::milliseconds patience = std::chrono::seconds(10));
 
 }  // namespace velm

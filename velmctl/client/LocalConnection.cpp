@@ -38,6 +38,7 @@ struct LocalConnection::State {
 
     [[noreturn]] void fail(const beast::error_code& failure) const;
     void connect();
+    void write(const http::request<http::string_body>& request);
 
     const HostPort peer;
     const std::chrono::milliseconds patience;
@@ -87,6 +88,21 @@ void LocalConnection::State::connect() {
     }
 }
 
+void LocalConnection::State::write(const http::request<http::string_body>& request) {
+    if (const auto failure = await([&](auto done) { http::async_write(stream, request, done); })) {
+        fail(failure);
+    }
+}
+
+std::string LocalConnection::Response::header(std::string_view name) const {
+    for (const auto& [other, value] : headers) {
+        if (beast::iequals({other.data(), other.size()}, {name.data(), name.size()})) {
+            return value;
+        }
+    }
+    return {};
+}
+
 LocalConnection::LocalConnection(const HostPort& peer, std::chrono::milliseconds patience)
     : _state(std::make_unique<State>(peer, patience)) {
     _state->connect();
@@ -120,10 +136,13 @@ void LocalConnection::send(const std::string& method, const std::string& nameSpa
     request.set("CIMObject", nameSpace);
     request.body() = body;
     request.prepare_payload();
-    if (const auto failure =
-            _state->await([&](auto done) { http::async_write(_state->stream, request, done); })) {
-        _state->fail(failure);
-    }
+    _state->write(request);
+}
+
+void LocalConnection::get(const std::string& target) {
+    http::request<http::string_body> request{http::verb::get, target, 11};
+    request.set(http::field::host, _state->peer.text());
+    _state->write(request);
 }
 
 std::optional<LocalConnection::Response> LocalConnection::receive() {
@@ -137,9 +156,12 @@ std::optional<LocalConnection::Response> LocalConnection::receive() {
     if (failure) {
         _state->fail(failure);
     }
-    auto response = parser.release();
-    return Response{response.result_int(), textOf(response.reason()), textOf(response["CIMError"]),
-                    textOf(response["CIMErrorDetails"]), std::move(response.body())};
+    auto message = parser.release();
+    Response response{message.result_int(), textOf(message.reason()), {}, std::move(message.body())};
+    for (const auto& field : message) {
+        response.headers.emplace_back(textOf(field.name_string()), textOf(field.value()));
+    }
+    return response;
 }
 
 }  // namespace velm

@@ -6,6 +6,9 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace velm {
 
@@ -15,14 +18,15 @@ namespace velm {
 /// one the connection is of no more use.
 class LocalConnection {
 public:
-    /// A CIM-XML response (DSP0200), as far as a client looks at it.
     struct Response {
-        unsigned int status;
+        unsigned int status = 0;
         std::string reason;
-        /// The headers CIMError and CIMErrorDetails; empty when absent.
-        std::string error;
-        std::string errorDetails;
+        /// Names and values, as they came.
+        std::vector<std::pair<std::string, std::string>> headers;
         std::string body;
+
+        /// The value of the first header of this name, letter case ignored; empty when there is none.
+        std::string header(std::string_view name) const;
     };
 
     /// Connects. `patience` is for each operation.
@@ -42,6 +46,9 @@ public:
 
     /// Posts a CIM operation request for `method` in `nameSpace`.
     void send(const std::string& method, const std::string& nameSpace, const std::string& body);
+
+    /// Asks for what is at `target`, a path with or without a query.
+    void get(const std::string& target);
 
     /// The next response; nothing when the peer closes instead.
     std::optional<Response> receive();

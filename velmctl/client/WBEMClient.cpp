@@ -96,11 +96,12 @@ std::string WBEMClient::_exchange(const std::string& method, const Parameters& p
         return std::move(response->body);
     }
     const std::string answer = fmt::format("HTTP status {} {}", response->status, response->reason);
-    if (response->error.empty() && response->errorDetails.empty() && response->status != httpUnavailable) {
+    const std::string error = response->header("CIMError");
+    const std::string details = response->header("CIMErrorDetails");
+    if (error.empty() && details.empty() && response->status != httpUnavailable) {
         _failUnreadable(answer);
     }
-    throw ClientError(Kind::refused, fmt::format("the server refused: {} {} {}", answer, response->error,
-                                                 response->errorDetails));
+    throw ClientError(Kind::refused, fmt::format("the server refused: {} {} {}", answer, error, details));
 }
 
 XMLElement WBEMClient::_response(const std::string& document) const {

@@ -1,16 +1,15 @@
-#include "velmctl/client/CIMClient.h"
 #include "velmctl/client/ChannelClient.h"
 #include "velmctl/client/ClientError.h"
 #include "velmctl/commands/Command.h"
 #include "velmctl/commands/Ending.h"
 #include "velmctl/commands/ExitCode.h"
 #include "velmctl/commands/IndicationPrinter.h"
+#include "velmctl/commands/SessionOptions.h"
 #include "velmctl/commands/Subscriber.h"
 #include "velmctl/commands/SubscriptionOptions.h"
 #include "velmctl/output/Text.h"
 
 #include <optional>
-#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -91,11 +90,7 @@ public:
             "channel", "The same over a connection that stays open, without a listener");
         _subscriptions.declare(*command);
         _printing.declare(*command);
-        command->add_option("--session", _session, "Session number; default: the process's own")
-            ->type_name("N");
-        command->add_option("--heartbeat", _heartbeat, "Seconds between two heartbeats; default: 20")
-            ->type_name("SECONDS")
-            ->check(CLI::Range(1, 86400));
+        _session.declare(*command);
         declareServer(*command, common);
         return command;
     }
@@ -104,15 +99,14 @@ public:
         Ending ending;
         IndicationPrinter printer(_printing, _subscriptions, output, ending);
         const HostPort server = common.serverAddress();
-        const auto wanted = _read(server);
-        const auto patience = patienceFor(seconds(_heartbeat));
-        ChannelClient channel(server, _session ? *_session : static_cast<unsigned int>(::getpid()), patience);
-        Subscriber subscriber(server, channel.identity(), wanted, patience);
+        const auto wanted = _subscriptions.subscriptionsAt(server);
+        ChannelClient channel(server, _session.number(), _session.patience());
+        Subscriber subscriber(server, channel.identity(), wanted, _session.patience());
         subscriber.subscribe();
         channel.sendHeartBeat();
         output.notice(fmt::format("Channel open as {}, {} at {}. Ctrl-C ends.", channel.name().text(),
                                   counted(subscriber.size(), "subscription"), server.text()));
-        const auto failure = ChannelReading(channel, printer, seconds(_heartbeat), ending, output).run();
+        const auto failure = ChannelReading(channel, printer, _session.interval(), ending, output).run();
         if (failure) {
             output.error(fmt::format("the channel broke after {}: {}", counted(printer.count(), "indication"),
                                      *failure),
@@ -125,17 +119,9 @@ public:
     }
 
 private:
-    std::vector<Subscription> _read(const HostPort& server) const {
-        return _subscriptions.subscriptions([&] {
-            WBEMClient client(server);
-            return CIMClient(client).rootClasses();
-        });
-    }
-
     SubscriptionOptions _subscriptions;
     PrintOptions _printing;
-    std::optional<unsigned int> _session;
-    int _heartbeat = 20;
+    SessionOptions _session;
 };
 
 }  // namespace

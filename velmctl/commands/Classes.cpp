@@ -45,8 +45,7 @@ public:
     }
 
     int run(const CommonOptions& common, Output& output) override {
-        WBEMClient connection(common.serverAddress(), common.nameSpace);
-        CIMClient client(connection);
+        CIMClient client(common.serverAddress(), common.nameSpace);
         const std::vector<Entry> entries = withRoot(client, _root);
         if (!output.writesJson()) {
             printTree(entries, output);

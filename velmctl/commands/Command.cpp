@@ -21,6 +21,7 @@ void declareNamespace(CLI::App& command, CommonOptions& common) {
 
 std::vector<std::unique_ptr<Command>> allCommands() {
     std::vector<std::unique_ptr<Command>> commands;
+    commands.push_back(makeStatus());
     commands.push_back(makeListen());
     commands.push_back(makeChannel());
     commands.push_back(makeSubscribe());
@@ -29,6 +30,9 @@ std::vector<std::unique_ptr<Command>> allCommands() {
     commands.push_back(makePingListener());
     commands.push_back(makeClasses());
     commands.push_back(makeInstances());
+    commands.push_back(makeImport());
+    commands.push_back(makeDump());
+    commands.push_back(makeLog());
     commands.push_back(makeCompletion());
     return commands;
 }

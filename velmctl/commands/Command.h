@@ -47,6 +47,7 @@ public:
 std::vector<std::unique_ptr<Command>> allCommands();
 
 /// Each in its own file.
+std::unique_ptr<Command> makeStatus();
 std::unique_ptr<Command> makeSubscribe();
 std::unique_ptr<Command> makeUnsubscribe();
 std::unique_ptr<Command> makeListen();
@@ -55,6 +56,9 @@ std::unique_ptr<Command> makeEmit();
 std::unique_ptr<Command> makePingListener();
 std::unique_ptr<Command> makeClasses();
 std::unique_ptr<Command> makeInstances();
+std::unique_ptr<Command> makeImport();
+std::unique_ptr<Command> makeDump();
+std::unique_ptr<Command> makeLog();
 std::unique_ptr<Command> makeCompletion();
 
 }  // namespace velm

@@ -24,14 +24,16 @@ public:
         command->add_option("CLASS", _class, "The class of the instance")->type_name("")->required();
         command->add_option("NAME=VALUE", _values, "Keys and properties; an array takes several")
             ->type_name("");
+        command->add_option("--null", _nulls, "A property that is to have no value; repeatable")
+            ->type_name("NAME")
+            ->allow_extra_args(false);
         declareServer(*command, common);
         declareNamespace(*command, common);
         return command;
     }
 
     int run(const CommonOptions& common, Output& output) override {
-        WBEMClient connection(common.serverAddress(), common.nameSpace);
-        CIMClient client(connection);
+        CIMClient client(common.serverAddress(), common.nameSpace);
         const TypedInstance instance = _read(client.getClass(_class));
         const auto name = _act(client, instance);
         const std::string path = client.path(*name);
@@ -45,9 +47,9 @@ public:
 
 private:
     TypedInstance _read(const CIMClass& declaration) const {
-        TypedInstance instance = readTypedInstance(declaration, _values);
+        TypedInstance instance = readTypedInstance(declaration, _values, _nulls);
         if (_action == "modify" && instance.properties.empty()) {
-            throw CommandLineMistake("there is nothing to modify; add PROPERTY=VALUE");
+            throw CommandLineMistake("there is nothing to modify; add PROPERTY=VALUE or --null PROPERTY");
         }
         return instance;
     }
@@ -71,6 +73,7 @@ private:
     std::string _action;
     std::string _class;
     std::vector<std::string> _values;
+    std::vector<std::string> _nulls;
 };
 
 }  // namespace

@@ -12,6 +12,8 @@ struct ExitCode {
     static constexpr int cannotListen = 5;  ///< The listener's address or port is not to be had.
     static constexpr int channelBroke = 6;  ///< The channel ended before velmctl did.
     static constexpr int notAccepted = 7;   ///< A listener did not accept the test indication.
+    static constexpr int otherVersion = 8;  ///< The daemon is of another version.
+    static constexpr int unhealthy = 9;     ///< status: the daemon, or the subscriber named, is not well.
 };
 
 }  // namespace velm

@@ -18,7 +18,7 @@ namespace velm {
 namespace {
 
 using ValueHandle = ORVSmrPtr<IOrvoValue>;
-/// In the order of the class, each with the texts that were given for it.
+/// In the order of the class, each with the texts that were given for it: none for no value.
 using Texts = std::map<std::size_t, std::vector<std::string>>;
 
 [[noreturn]] void refuseName(const CIMClass& declaration, const std::string& name) {
@@ -31,6 +31,14 @@ using Texts = std::map<std::size_t, std::vector<std::string>>;
                                          meant.empty() ? "" : fmt::format("; did you mean '{}'?", meant)));
 }
 
+std::size_t positionOf(const CIMClass& declaration, const std::string& name) {
+    const CIMProperty* property = declaration.property(name);
+    if (!property) {
+        refuseName(declaration, name);
+    }
+    return static_cast<std::size_t>(property - declaration.properties.data());
+}
+
 Texts sortArguments(const CIMClass& declaration, const std::vector<std::string>& arguments) {
     Texts texts;
     for (const std::string& argument : arguments) {
@@ -39,17 +47,27 @@ Texts sortArguments(const CIMClass& declaration, const std::vector<std::string>&
             throw CommandLineMistake(fmt::format("{} is not NAME=VALUE", quoted(argument)));
         }
         const std::string name = argument.substr(0, equals);
-        const CIMProperty* property = declaration.property(name);
-        if (!property) {
-            refuseName(declaration, name);
-        }
-        auto& given = texts[static_cast<std::size_t>(property - declaration.properties.data())];
-        if (!given.empty() && !property->type->isArray()) {
-            throw CommandLineMistake(fmt::format("{} is given twice, and is no array", property->name));
+        const std::size_t position = positionOf(declaration, name);
+        auto& given = texts[position];
+        if (!given.empty() && !declaration.properties[position].type->isArray()) {
+            throw CommandLineMistake(
+                fmt::format("{} is given twice, and is no array", declaration.properties[position].name));
         }
         given.push_back(argument.substr(equals + 1));
     }
     return texts;
+}
+
+void addNulls(const CIMClass& declaration, const std::vector<std::string>& nulls, Texts& texts) {
+    for (const std::string& name : nulls) {
+        const CIMProperty& property = declaration.properties[positionOf(declaration, name)];
+        if (property.isKey()) {
+            throw CommandLineMistake(fmt::format("{} is a key, which has a value", property.name));
+        }
+        if (!texts.emplace(positionOf(declaration, name), std::vector<std::string>()).second) {
+            throw CommandLineMistake(fmt::format("{} is given twice", property.name));
+        }
+    }
 }
 
 ValueHandle readReference(const std::string& text) {
@@ -70,6 +88,9 @@ ValueHandle readScalar(const CIMProperty& property, const ORVSmrPtr<IOrvoType>& 
 }
 
 ValueHandle readGiven(const CIMProperty& property, const std::vector<std::string>& texts) {
+    if (texts.empty()) {
+        return COrvoValue::null(property.type);
+    }
     if (!property.type->isArray()) {
         return readScalar(property, property.type, texts.front());
     }
@@ -104,8 +125,10 @@ void requireKeys(const CIMClass& declaration, const Texts& texts) {
 
 }  // namespace
 
-TypedInstance readTypedInstance(const CIMClass& declaration, const std::vector<std::string>& arguments) {
+TypedInstance readTypedInstance(const CIMClass& declaration, const std::vector<std::string>& arguments,
+                                const std::vector<std::string>& nulls) {
     Texts texts = sortArguments(declaration, arguments);
+    addNulls(declaration, nulls, texts);
     addDefaults(declaration, texts);
     requireKeys(declaration, texts);
     const ORVString className(declaration.name);

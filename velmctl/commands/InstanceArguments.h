@@ -19,13 +19,14 @@ struct TypedInstance {
     std::vector<std::string> properties;
 };
 
-/// Reads `arguments`. Names ignore letter case; an array takes its elements from arguments with the same
-/// name; a reference is written as NS:CLASS.KEY="VALUE". The key CreationClassName is the class when it is
-/// not given. Any thread.
+/// Reads `arguments`; `nulls` names properties that are to have no value. Names ignore letter case; an array
+/// takes its elements from arguments with the same name; a reference is written as NS:CLASS.KEY="VALUE". The
+/// key CreationClassName is the class when it is not given. Any thread.
 ///
 /// Throws CommandLineMistake that says what is wrong: no '=', a property that the class does not have
 /// (with the one that was probably meant), a value that is none of its type, a property given twice, a key
-/// that is missing.
-TypedInstance readTypedInstance(const CIMClass& declaration, const std::vector<std::string>& arguments);
+/// that is missing or without a value.
+TypedInstance readTypedInstance(const CIMClass& declaration, const std::vector<std::string>& arguments,
+                                const std::vector<std::string>& nulls = {});
 
 }  // namespace velm

@@ -85,8 +85,7 @@ public:
     }
 
     int run(const CommonOptions& common, Output& output) override {
-        WBEMClient connection(common.serverAddress(), common.nameSpace);
-        CIMClient client(connection);
+        CIMClient client(common.serverAddress(), common.nameSpace);
         if (_onlyNames) {
             for (const auto& name : client.instanceNames(_class)) {
                 const std::string path = client.path(*name);

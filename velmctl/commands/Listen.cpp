@@ -1,17 +1,15 @@
-#include "velmctl/client/CIMClient.h"
 #include "velmctl/client/ClientError.h"
 #include "velmctl/client/ExportListener.h"
 #include "velmctl/commands/Command.h"
 #include "velmctl/commands/Ending.h"
 #include "velmctl/commands/ExitCode.h"
 #include "velmctl/commands/IndicationPrinter.h"
+#include "velmctl/commands/SessionOptions.h"
 #include "velmctl/commands/Subscriber.h"
 #include "velmctl/commands/SubscriptionOptions.h"
 #include "velmctl/output/Text.h"
 
-#include <optional>
 #include <thread>
-#include <unistd.h>
 #include <utility>
 
 #include <CLI/CLI.hpp>
@@ -119,11 +117,7 @@ public:
         command->add_option("--address", _address, "Loopback address to listen on; default: 127.0.0.1")
             ->type_name("ADDRESS");
         command->add_option("--port", _port, "Port to listen on; default: a free one")->type_name("PORT");
-        command->add_option("--session", _session, "Session number; default: the process's own")
-            ->type_name("N");
-        command->add_option("--heartbeat", _heartbeat, "Seconds between two looks at the daemon; default: 20")
-            ->type_name("SECONDS")
-            ->check(CLI::Range(1, 86400));
+        _session.declare(*command);
         declareServer(*command, common);
         return command;
     }
@@ -135,31 +129,20 @@ public:
             {_address, std::to_string(_port)}, [&](const ExportMessage& message) { printer.print(message); },
             [&](const std::string& problem) { output.notice(problem); });
         const HostPort server = common.serverAddress();
-        Subscriber subscriber(server, WBEMClient::subscriber(listener.address(), _sessionNumber()),
-                              _read(server), patienceFor(seconds(_heartbeat)));
+        Subscriber subscriber(server, WBEMClient::subscriber(listener.address(), _session.number()),
+                              _subscriptions.subscriptionsAt(server), _session.patience());
         const Serving serving(listener);
         subscriber.subscribe();
         // From the first one on, the daemon forgets a subscriber that is no longer there.
         subscriber.sendHeartBeat();
         output.notice(fmt::format("Listening on {}, {} at {}. Ctrl-C ends.", listener.address().text(),
                                   counted(subscriber.size(), "subscription"), server.text()));
-        Watch(subscriber, server, seconds(_heartbeat), ending, output).run();
+        Watch(subscriber, server, _session.interval(), ending, output).run();
         _unsubscribe(subscriber, printer.count(), output);
         return ExitCode::done;
     }
 
 private:
-    unsigned int _sessionNumber() const {
-        return _session ? *_session : static_cast<unsigned int>(::getpid());
-    }
-
-    std::vector<Subscription> _read(const HostPort& server) const {
-        return _subscriptions.subscriptions([&] {
-            WBEMClient client(server);
-            return CIMClient(client).rootClasses();
-        });
-    }
-
     static void _unsubscribe(Subscriber& subscriber, std::uint64_t count, Output& output) {
         const std::string heard = counted(count, "indication") + ".";
         try {
@@ -174,8 +157,7 @@ private:
     PrintOptions _printing;
     std::string _address = "127.0.0.1";
     std::uint16_t _port = 0;
-    std::optional<unsigned int> _session;
-    int _heartbeat = 20;
+    SessionOptions _session;
 };
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "velmctl/commands/Command.h"
 #include "velmctl/commands/CommandLineMistake.h"
 #include "velmctl/commands/ExitCode.h"
+#include "velmctl/commands/VersionCheck.h"
 #include "velmd/model/CIMStatus.h"
 
 #include <csignal>
@@ -27,11 +28,14 @@ constexpr const char* examples =
     "  velmctl listen                                 hear whatever happens, until Ctrl-C\n"
     "  velmctl listen -e change CIM_DataFile          hear of changes of files\n"
     "  velmctl emit create CIM_ComputerSystem Name=moon\n"
-    "  velmctl ping-listener 127.0.0.1:5990           find out why a listener hears nothing\n"
+    "  velmctl status                                 see how the daemon and its subscribers do\n"
+    "  velmctl status 127.0.0.1:5990                  find out why a listener hears nothing\n"
+    "  velmctl ping-listener 127.0.0.1:5990           see what a listener answers\n"
     "\n"
     "Exit codes: 0 done; 1 failed; 2 the command line is not allowed; 3 no daemon was reached;\n"
     "4 the daemon refused; 5 the listener's port cannot be had; 6 the channel broke;\n"
-    "7 a listener did not accept the test indication.";
+    "7 a listener did not accept the test indication; 8 the daemon is of another version;\n"
+    "9 status: the daemon, or the subscriber named, is not well.";
 
 /// Names an option with its argument, and nothing more.
 class OneLineFormatter : public CLI::Formatter {
@@ -81,9 +85,16 @@ std::string adviceFor(const ClientError& error, const CommonOptions& common) {
         case Kind::refused:
             return adviceFor(static_cast<CIMStatus>(error.status()));
         case Kind::badAddress:
+        case Kind::unknownPage:
             break;
     }
     return {};
+}
+
+/// Whether the reason may be that the daemon is older or newer than this program.
+bool dependsOnVersion(const ClientError& error) {
+    return error.kind() == Kind::unknownPage ||
+           (error.kind() == Kind::refused && error.status() == static_cast<int>(CIMStatus::notSupported));
 }
 
 int exitCodeFor(Kind kind) {
@@ -94,6 +105,8 @@ int exitCodeFor(Kind kind) {
             return ExitCode::refused;
         case Kind::cannotListen:
             return ExitCode::cannotListen;
+        case Kind::unknownPage:
+            return ExitCode::failed;
         case Kind::unresolved:
         case Kind::notLocal:
         case Kind::noServer:
@@ -110,7 +123,7 @@ public:
         _app.formatter(std::make_shared<OneLineFormatter>());
         _app.footer(examples);
         _app.require_subcommand(1);
-        _app.set_version_flag("--version", "velmctl " VELM_VERSION, "Print the version")->group("Common");
+        _app.set_version_flag("--version", "velmctl " + ownVersion(), "Print the version")->group("Common");
         declareCommon(_app, _common);
         declareServer(_app, _common);
         // Here only: a subcommand's option would take it although the program's own was given.
@@ -147,9 +160,7 @@ private:
         try {
             return command.run(_common, output);
         } catch (const ClientError& error) {
-            const int code = exitCodeFor(error.kind());
-            output.error(error.what(), adviceFor(error, _common), code);
-            return code;
+            return _report(error, output);
         } catch (const CommandLineMistake& mistake) {
             output.error(mistake.what(), adviceForMistake(_app), ExitCode::usage);
             return ExitCode::usage;
@@ -159,6 +170,38 @@ private:
             output.error(error.what(), "", ExitCode::failed);
         }
         return ExitCode::failed;
+    }
+
+    int _report(const ClientError& error, Output& output) const {
+        if (dependsOnVersion(error)) {
+            try {
+                return _reportWithPeer(error, askWho(_common.serverAddress()), output);
+            } catch (const ClientError&) {
+                // It went meanwhile; what it said before counts.
+            }
+        }
+        const int code = exitCodeFor(error.kind());
+        output.error(error.what(), adviceFor(error, _common), code);
+        return code;
+    }
+
+    int _reportWithPeer(const ClientError& error, const Peer& peer, Output& output) const {
+        const HostPort server = _common.serverAddress();
+        if (!peer.isDaemon) {
+            const ClientError other(Kind::noCIMServer,
+                                    fmt::format("what listens on {} is no velmd", server.text()));
+            output.error(other.what(), adviceFor(other, _common), ExitCode::unreachable);
+            return ExitCode::unreachable;
+        }
+        if (const auto difference = versionDifference(server, peer.version)) {
+            output.error(fmt::format("{}: {}", *difference, error.what()),
+                         "Use the velmctl that came with the daemon, or restart the daemon after an update",
+                         ExitCode::otherVersion);
+            return ExitCode::otherVersion;
+        }
+        const int code = exitCodeFor(error.kind());
+        output.error(error.what(), adviceFor(error, _common), code);
+        return code;
     }
 
     CLI::App _app;

@@ -1,4 +1,3 @@
-#include "velmctl/client/CIMClient.h"
 #include "velmctl/commands/Command.h"
 #include "velmctl/commands/ExitCode.h"
 #include "velmctl/commands/Subscriber.h"
@@ -29,11 +28,8 @@ protected:
 
     Subscriber subscriber(const CommonOptions& common) const {
         const HostPort server = common.serverAddress();
-        const auto wanted = _subscriptions.subscriptions([&] {
-            WBEMClient client(server);
-            return CIMClient(client).rootClasses();
-        });
-        return {server, WBEMClient::subscriber(listener(), _session), wanted, WBEMClient::usualPatience};
+        return {server, WBEMClient::subscriber(listener(), _session), _subscriptions.subscriptionsAt(server),
+                WBEMClient::usualPatience};
     }
 
     void report(const char* what, const Subscriber& subscriber, Output& output) const {

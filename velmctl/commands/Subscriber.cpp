@@ -2,14 +2,9 @@
 
 #include "velmctl/client/ClientError.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace velm {
-
-std::chrono::milliseconds patienceFor(std::chrono::seconds heartBeatInterval) {
-    return std::clamp(heartBeatInterval, std::chrono::seconds(2), std::chrono::seconds(5));
-}
 
 Subscriber::Subscriber(HostPort server, WBEMClient::Parameters identity,
                        std::vector<Subscription> subscriptions, std::chrono::milliseconds patience)

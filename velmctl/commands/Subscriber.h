@@ -9,10 +9,6 @@
 
 namespace velm {
 
-/// How long a request may take to a daemon that is asked for a sign of life so often: Ctrl-C waits for no
-/// more than that.
-std::chrono::milliseconds patienceFor(std::chrono::seconds heartBeatInterval);
-
 /// A subscriber's side of its subscriptions: makes them, keeps an eye on the daemon, and takes them back.
 ///
 /// Used by one thread. Failure: as WBEMClient.

@@ -1,5 +1,6 @@
 #include "velmctl/commands/SubscriptionOptions.h"
 
+#include "velmctl/client/CIMClient.h"
 #include "velmctl/commands/CommandLineMistake.h"
 
 #include <algorithm>
@@ -108,6 +109,10 @@ std::vector<Subscription> SubscriptionOptions::subscriptions(const FindRoots& fi
         }
     }
     return result;
+}
+
+std::vector<Subscription> SubscriptionOptions::subscriptionsAt(const HostPort& server) const {
+    return subscriptions([&server] { return CIMClient(server).rootClasses(); });
 }
 
 bool SubscriptionOptions::shows(const std::string& event) const {

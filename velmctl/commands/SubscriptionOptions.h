@@ -25,6 +25,9 @@ public:
     /// fit together, ClientError for an instance that is none.
     std::vector<Subscription> subscriptions(const FindRoots& findRoots) const;
 
+    /// The same, with the roots of the class tree of this server.
+    std::vector<Subscription> subscriptionsAt(const HostPort& server) const;
+
     /// Whether an indication of this event was asked for: who wants to hear of creations only is told of
     /// destructions all the same.
     bool shows(const std::string& event) const;

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <langinfo.h>
+#include <limits>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <fmt/format.h>
@@ -17,8 +19,15 @@ namespace {
 bool wantsColours() {
     const char* refused = std::getenv("NO_COLOR");
     const char* terminal = std::getenv("TERM");
-    return ::isatty(STDOUT_FILENO) != 0 && (!refused || *refused == '\0') &&
-           (!terminal || std::string_view(terminal) != "dumb");
+    return (!refused || *refused == '\0') && (!terminal || std::string_view(terminal) != "dumb");
+}
+
+constexpr std::size_t usualColumns = 80;
+
+winsize terminalSize() {
+    winsize size{};
+    ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size);
+    return size;
 }
 
 bool isUTF8() {
@@ -51,7 +60,37 @@ bool write(std::FILE* stream, const std::string& text) {
 }  // namespace
 
 Output::Output(bool writesJson)
-    : _writesJson(writesJson), _hasColours(!writesJson && wantsColours()), _drawsBoxes(isUTF8()) {
+    : _writesJson(writesJson),
+      _isTerminal(::isatty(STDOUT_FILENO) != 0),
+      _hasColours(!writesJson && _isTerminal && wantsColours()),
+      _drawsBoxes(isUTF8()) {
+}
+
+std::size_t Output::columns() const {
+    const winsize size = terminalSize();
+    return _isTerminal && size.ws_col != 0 ? size.ws_col : usualColumns;
+}
+
+std::size_t Output::rows() const {
+    const winsize size = terminalSize();
+    return _isTerminal && size.ws_row != 0 ? size.ws_row : std::numeric_limits<std::size_t>::max();
+}
+
+void Output::screen(const std::vector<std::string>& lines) {
+    constexpr const char* home = "\x1b[H";
+    constexpr const char* clearRestOfLine = "\x1b[K\n";
+    constexpr const char* clearRest = "\x1b[J";
+    const std::size_t room = rows() - 1;
+    const std::size_t shown = lines.size() <= room ? lines.size() : room - 1;
+    std::string text = home;
+    for (std::size_t index = 0; index < shown; ++index) {
+        text += lines[index] + clearRestOfLine;
+    }
+    if (shown < lines.size()) {
+        text += fmt::format("... and {} more lines{}", lines.size() - shown, clearRestOfLine);
+    }
+    const std::lock_guard lock(_lock);
+    _hasFailed = !write(stdout, text + clearRest) || _hasFailed;
 }
 
 void Output::line(std::string_view text) {

@@ -5,6 +5,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace velm {
 
@@ -22,10 +23,18 @@ public:
     bool writesJson() const noexcept { return _writesJson; }
     /// Whether standard output takes characters that draw boxes.
     bool drawsBoxes() const noexcept { return _drawsBoxes; }
+    /// Whether standard output is a terminal.
+    bool isTerminal() const noexcept { return _isTerminal; }
+    /// The terminal's size as it is now; 80 columns and no end of rows where there is none.
+    std::size_t columns() const;
+    std::size_t rows() const;
 
     /// A result. `text` may hold several lines; a line end is added.
     void line(std::string_view text);
     void json(const Json& object) { line(object.text()); }
+
+    /// The same lines in place of what the terminal shows, as many as it has room for.
+    void screen(const std::vector<std::string>& lines);
 
     /// What a person should know meanwhile: {"notice": ...} with JSON.
     void notice(std::string_view text);
@@ -42,6 +51,7 @@ public:
 
 private:
     const bool _writesJson;
+    const bool _isTerminal;
     const bool _hasColours;
     const bool _drawsBoxes;
     mutable std::mutex _lock;

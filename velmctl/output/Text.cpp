@@ -2,6 +2,9 @@
 
 #include "server/xml/Utf8.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include <fmt/format.h>
 
 namespace velm {
@@ -30,6 +33,15 @@ std::string escaped(std::string_view text, std::string_view kept) {
         at += character.length;
     }
     return result;
+}
+
+/// Where the character in this column begins.
+std::size_t offsetOf(std::string_view text, std::size_t column) {
+    std::size_t at = 0;
+    for (; column > 0 && at < text.size(); --column) {
+        at += utf8At(text, at).length;
+    }
+    return at;
 }
 
 }  // namespace
@@ -76,6 +88,43 @@ std::string ageText(std::chrono::microseconds age) {
         return fmt::format("{:.1f} s", seconds);
     }
     return seconds < 7200 ? fmt::format("{:.0f} min", seconds / 60) : fmt::format("{:.0f} h", seconds / 3600);
+}
+
+std::size_t columnsOf(std::string_view text) {
+    std::size_t columns = 0;
+    for (std::size_t at = 0; at < text.size(); at += utf8At(text, at).length) {
+        ++columns;
+    }
+    return columns;
+}
+
+std::vector<std::string> wrapped(std::string_view text, std::size_t columns) {
+    std::vector<std::string> lines;
+    while (columnsOf(text) > columns) {
+        const std::size_t end = offsetOf(text, columns);
+        const std::size_t blank = text.rfind(' ', end);
+        const bool breaksAtBlank = blank != std::string_view::npos && blank != 0;
+        lines.emplace_back(text.substr(0, breaksAtBlank ? blank : end));
+        text.remove_prefix(breaksAtBlank ? blank + 1 : end);
+    }
+    lines.emplace_back(text);
+    return lines;
+}
+
+std::string spanText(std::chrono::seconds span) {
+    const struct {
+        std::int64_t seconds;
+        const char* name;
+    } units[] = {{86400, "d"}, {3600, "h"}, {60, "min"}, {1, "s"}};
+    std::int64_t rest = std::max<std::int64_t>(0, span.count());
+    for (std::size_t index = 0; index + 1 < std::size(units); ++index) {
+        if (rest >= units[index].seconds) {
+            const std::int64_t smaller = rest % units[index].seconds / units[index + 1].seconds;
+            const std::string text = fmt::format("{} {}", rest / units[index].seconds, units[index].name);
+            return smaller == 0 ? text : fmt::format("{} {} {}", text, smaller, units[index + 1].name);
+        }
+    }
+    return fmt::format("{} s", rest);
 }
 
 }  // namespace velm

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// Text of others, made fit for people. Any thread.
 namespace velm {
@@ -21,10 +22,19 @@ std::string printableLines(std::string_view text);
 /// `text` cut to `size` bytes, at the end of a character, with dots behind what is left.
 std::string shortened(std::string_view text, std::size_t size);
 
+/// How many columns `text` takes; each character counts as one.
+std::size_t columnsOf(std::string_view text);
+
+/// `text` in lines of `columns` columns at the most, broken at blanks where there are any. Never empty.
+std::vector<std::string> wrapped(std::string_view text, std::size_t columns);
+
 /// "1 indication", "2 indications".
 std::string counted(std::uint64_t count, std::string_view thing);
 
 /// "0.412 s", "75.0 s", "12 min", "3 h".
 std::string ageText(std::chrono::microseconds age);
+
+/// The two largest units: "12 s", "3 min 5 s", "2 h 4 min", "3 d 7 h". Nothing below 0.
+std::string spanText(std::chrono::seconds span);
 
 }  // namespace velm

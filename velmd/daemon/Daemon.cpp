@@ -127,6 +127,7 @@ void waitForTheEnd(const CommandLine& commandLine, Settings& settings, Server& s
         if (server.makesProgress()) {
             tellAlive();
         }
+        server.sampleRates();
         // Counts of repeated lines are written at the next line; a quiet server has none.
         ORVLog::flush();
     }

@@ -2,6 +2,8 @@
 
 #include "Indications/IndicationManager.h"
 #include "velmd/daemon/StateDirectory.h"
+#include "velmd/faces/Faces.h"
+#include "velmd/faces/Liveness.h"
 #include "velmd/http/HTTPServer.h"
 #include "velmd/providers/ProviderFolder.h"
 #include "velmd/providers/ProviderTable.h"
@@ -9,6 +11,7 @@
 #include "velmd/requests/Instances.h"
 #include "velmd/requests/RequestHandler.h"
 #include "velmd/settings/Settings.h"
+#include "velmd/status/Collector.h"
 
 #include <atomic>
 #include <chrono>
@@ -40,6 +43,11 @@ public:
     /// Whether requests get on; see HTTPServer::makesProgress().
     bool makesProgress();
 
+    /// What the server can tell about itself. Any thread may ask, until the destructor begins.
+    status::ServerStatus status() const { return _status->collect(); }
+    /// To be called every second or so.
+    void sampleRates() { _status->sampleRates(status::RateHistory::Clock::now()); }
+
     /// What was not done when the time was up.
     struct Leftover {
         std::size_t requests = 0;
@@ -65,6 +73,10 @@ private:
     void _warnOfIdleArguments(const Settings& settings) const;
     HTTPResponse _handle(const HTTPRequest& request);
     ProviderTable::IsA _isA() const;
+    status::Collector::Parts _statusParts() const;
+    Faces::Sources _faceSources(const Settings& settings) const;
+    /// Empty when it is ready.
+    std::string _notReady() const;
 
     const std::vector<std::string> _addresses;
     StateDirectory _state;
@@ -76,6 +88,10 @@ private:
     Instances _instances;
     std::unique_ptr<RequestHandler> _handler;
     std::atomic<std::size_t> _requestsInWork{0};
+    std::atomic<bool> _isServing{false};
+    Liveness _liveness;
+    std::unique_ptr<status::Collector> _status;
+    std::unique_ptr<Faces> _faces;
     std::unique_ptr<HTTPServer> _http;
 };
 

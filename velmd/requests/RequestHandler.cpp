@@ -17,6 +17,9 @@ namespace {
 constexpr const char* allowedMethods = "POST, OPTIONS";
 constexpr const char* servedPath = "/cimom";
 
+/// What is counted where a client named no operation that there is.
+constexpr const char* otherOperation = "other";
+
 /// No header grows with what a client sent.
 constexpr std::size_t longestDetails = 400;
 
@@ -138,14 +141,19 @@ void RequestHandler::_listOperations() {
     list("Unsubscribe", _subscriptions, &SubscriptionOperations::unsubscribe);
     list("RegisterNotificationChannel", _subscriptions, &SubscriptionOperations::registerNotificationChannel);
     list("HeartBeat", _subscriptions, &SubscriptionOperations::heartBeat);
+    list("LogIndications", _log, &LogOperations::logIndications);
+    list("PlaceMarker", _log, &LogOperations::placeMarker);
+    list("ClearIndicationsLog", _log, &LogOperations::clearIndicationsLog);
 }
 
 HTTPResponse RequestHandler::handle(const HTTPRequest& http) const {
     try {
         return _answer(http);
     } catch (const RefusedRequest& refused) {
+        _counts.count(otherOperation, RequestCounts::refused);
         return refusal(refused);
     } catch (const CIMSyntaxError& error) {
+        _counts.count(otherOperation, RequestCounts::refused);
         return refusal({400, "request-not-loosely-valid", error.what()});
     }
 }
@@ -174,6 +182,7 @@ HTTPResponse RequestHandler::_answer(const HTTPRequest& http) const {
 HTTPResponse RequestHandler::_run(const CIMRequest& request) const {
     try {
         OperationResult result = _operate(request);
+        _count(request, RequestCounts::ok);
         if (result.takeOver) {
             HTTPResponse response;
             response.takeOver = std::move(result.takeOver);
@@ -187,12 +196,19 @@ HTTPResponse RequestHandler::_run(const CIMRequest& request) const {
         if (failure.getCode() == static_cast<int>(CIMStatus::failed)) {
             logFailure(request, failure.getMessage().view());
         }
+        _count(request, failure.getCode());
         return messageResponse(errorResponse(request, failure.getCode(), failure.getMessage().view()));
     } catch (...) {
         logFailure(request, currentExceptionText());
+        _count(request, static_cast<int>(CIMStatus::failed));
         return messageResponse(
             errorResponse(request, static_cast<int>(CIMStatus::failed), "an internal error"));
     }
+}
+
+void RequestHandler::_count(const CIMRequest& request, int status) const {
+    const auto operation = request.isExtrinsic ? _operations.end() : _operations.find(request.method);
+    _counts.count(operation == _operations.end() ? otherOperation : operation->first, status);
 }
 
 /// The order of the checks is that of the standard: what is supported, the namespace, then the parameters.

@@ -5,6 +5,8 @@
 #include "velmd/requests/CIMRequest.h"
 #include "velmd/requests/ClassOperations.h"
 #include "velmd/requests/InstanceOperations.h"
+#include "velmd/requests/LogOperations.h"
+#include "velmd/requests/RequestCounts.h"
 #include "velmd/requests/SubscriptionOperations.h"
 
 #include <functional>
@@ -42,11 +44,15 @@ public:
 
     HTTPResponse handle(const HTTPRequest& http) const;
 
+    /// Requests so far, by operation and outcome. Operations that there are not count as "other".
+    RequestCounts::Counts counts() const { return _counts.counts(); }
+
 private:
     using Operation = std::function<OperationResult(const CIMRequest&)>;
 
     HTTPResponse _answer(const HTTPRequest& http) const;
     HTTPResponse _run(const CIMRequest& request) const;
+    void _count(const CIMRequest& request, int status) const;
     OperationResult _operate(const CIMRequest& request) const;
     void _listOperations();
 
@@ -55,9 +61,11 @@ private:
     const InstanceOperations _instances;
     const AssociationOperations _associations;
     const SubscriptionOperations _subscriptions;
+    const LogOperations _log{};
     const MessageLimits _limits;
     const Authenticate _authenticate;
     std::unordered_map<std::string, Operation, CIMNameHash, CIMNameEqual> _operations;
+    mutable RequestCounts _counts;
 };
 
 }  // namespace velm

@@ -44,8 +44,11 @@ struct Subscriber {
     /// What the delivery thread last hit, and has not got over since when `isFailing`.
     std::optional<Failure> lastFailure;
     bool isFailing = false;
-    /// "12 dropped because an earlier one failed".
+    /// "12 dropped because an earlier one failed". The count is that of the indications.
     std::optional<Failure> lastDrop;
+    /// Delivered, and answered with something else than a return value of 0.
+    std::uint64_t improperAnswers = 0;
+    std::optional<Failure> lastImproperAnswer;
 };
 
 /// A subscriber that is gone. The latest are kept, a bounded number of them.
@@ -58,6 +61,7 @@ struct RemovedSubscriber {
     /// "delivery failed", "expired", "channel replaced", "unsubscribed".
     std::string reason;
     std::uint64_t delivered = 0;
+    std::uint64_t failed = 0;
     std::uint64_t dropped = 0;
     std::optional<Failure> lastFailure;
 };
@@ -75,22 +79,31 @@ struct Provider {
 
 struct Operation {
     std::string name;
-    /// "ok", or the CIM status as a number.
+    /// "ok", the CIM status as a number, or "refused" for a request that is none.
     std::string status;
     std::uint64_t count = 0;
 };
 
-/// Since the daemon started.
+/// Since the daemon started. Each indication that was queued ends as one that was delivered, that failed or
+/// that was dropped.
 struct Counters {
     std::uint64_t reported = 0;
+    /// Reported, and queued at one subscriber or more.
     std::uint64_t matched = 0;
+    /// At each subscriber once.
     std::uint64_t queued = 0;
     std::uint64_t delivered = 0;
-    /// By reason: "connect", "send", "answer" and so on.
+    /// Of those delivered.
+    std::uint64_t improperAnswers = 0;
+    /// By reason: "connection refused", "name not found" and so on; all that there are.
     std::map<std::string, std::uint64_t> failed;
     /// By rule: "queue full", "earlier one failed", "subscriber removed".
     std::map<std::string, std::uint64_t> dropped;
+    /// Subscribers, by reason.
     std::map<std::string, std::uint64_t> removed;
+    /// Calls of the indication library into providers.
+    std::uint64_t providerCalls = 0;
+    std::uint64_t failedProviderCalls = 0;
 };
 
 /// From report to delivery. Bounds in seconds; each count is of those up to its bound and not of those

@@ -30,9 +30,9 @@ std::string textOf(const TypedInstance& instance, const char* property) {
     return found.IsNull() ? "absent" : std::string(found->getValue()->toString().view());
 }
 
-std::string mistakeIn(const std::vector<std::string>& arguments) {
+std::string mistakeIn(const std::vector<std::string>& arguments, const std::vector<std::string>& nulls = {}) {
     try {
-        readTypedInstance(sampler(), arguments);
+        readTypedInstance(sampler(), arguments, nulls);
     } catch (const CommandLineMistake& mistake) {
         return mistake.what();
     }
@@ -61,6 +61,17 @@ TEST(TypedInstance, HasItsClassAsCreationClassName_UnlessAnotherIsGiven) {
 
 TEST(TypedInstance, TakesAnEmptyText) {
     EXPECT_EQ(textOf(readTypedInstance(sampler(), {"Id=1", "Caption="}), "Caption"), "");
+}
+
+TEST(TypedInstance, HasPropertiesWithoutAValue_WhenTheyAreNamed) {
+    const auto instance = readTypedInstance(sampler(), {"Id=1"}, {"caption", "Marks"});
+    EXPECT_TRUE(instance.object->getProperty(ORVString("Caption"))->getValue()->isNull());
+    EXPECT_TRUE(instance.object->getProperty(ORVString("Marks"))->getValue()->getType()->isArray());
+    EXPECT_THAT(instance.properties, ElementsAre("Caption", "Marks"));
+    EXPECT_THAT(mistakeIn({"Id=1"}, {"Id"}), HasSubstr("Id is a key"));
+    EXPECT_THAT(mistakeIn({"Id=1", "Caption=x"}, {"Caption"}), HasSubstr("Caption is given twice"));
+    EXPECT_THAT(mistakeIn({"Id=1"}, {"Caption", "Caption"}), HasSubstr("Caption is given twice"));
+    EXPECT_THAT(mistakeIn({"Id=1"}, {"Captoin"}), HasSubstr("did you mean 'Caption'?"));
 }
 
 TEST(TypedInstance, IsRefused_WhenAnArgumentMakesNoSense) {

@@ -1,9 +1,11 @@
 #include "velmctl/output/Text.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 using namespace velm;
 using std::chrono::microseconds;
+using testing::ElementsAre;
 
 TEST(Text, IsMadeValid) {
     EXPECT_EQ(validText("a\xFFz"), "a\xEF\xBF\xBDz");
@@ -32,4 +34,21 @@ TEST(Text, TellsAnAgeInAFewCharacters) {
     EXPECT_EQ(ageText(std::chrono::minutes(12)), "12 min");
     EXPECT_EQ(ageText(std::chrono::hours(30)), "30 h");
     EXPECT_EQ(ageText(microseconds(-2000)), "-0.002 s");
+}
+
+TEST(Text, IsBrokenIntoLinesAtBlanks) {
+    EXPECT_THAT(wrapped("", 10), ElementsAre(""));
+    EXPECT_THAT(wrapped("one two three", 7), ElementsAre("one two", "three"));
+    EXPECT_THAT(wrapped("one two three", 9), ElementsAre("one two", "three"));
+    EXPECT_THAT(wrapped("abcdefgh", 3), ElementsAre("abc", "def", "gh"));
+    EXPECT_THAT(wrapped("\xC3\xBC\xC3\xBC\xC3\xBC", 2), ElementsAre("\xC3\xBC\xC3\xBC", "\xC3\xBC"));
+}
+
+TEST(Text, TellsASpanInItsTwoLargestUnits) {
+    using std::chrono::seconds;
+    EXPECT_EQ(spanText(seconds(-5)), "0 s");
+    EXPECT_EQ(spanText(seconds(59)), "59 s");
+    EXPECT_EQ(spanText(seconds(185)), "3 min 5 s");
+    EXPECT_EQ(spanText(seconds(7200)), "2 h");
+    EXPECT_EQ(spanText(seconds(3 * 86400 + 7 * 3600 + 59)), "3 d 7 h");
 }

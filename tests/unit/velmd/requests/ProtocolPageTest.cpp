@@ -220,7 +220,8 @@ TEST_F(ProtocolPage, TellsTheTruth) {
         played.push_back(methodIn(blocks[position].text));
     }
     EXPECT_EQ(played, (std::vector<std::string>{"Subscribe", "Unsubscribe", "RegisterNotificationChannel",
-                                                "HeartBeat"}));
+                                                "HeartBeat", "LogIndications", "PlaceMarker",
+                                                "ClearIndicationsLog"}));
 }
 
 TEST_F(ProtocolPage, TellsTheTruth_ThatSubscriptionsAreCounted) {

@@ -1,0 +1,135 @@
+#include "velmctl/commands/StatusText.h"
+
+#include "velmctl/output/Text.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using namespace velm;
+using namespace velm::status;
+using namespace std::chrono_literals;
+using testing::AllOf;
+using testing::Each;
+using testing::HasSubstr;
+using testing::Not;
+using testing::ResultOf;
+using testing::SizeIs;
+
+namespace {
+
+const Time now{std::chrono::sys_days{std::chrono::year{2026} / 11 / 20} + 12h};
+
+ServerStatus busyStatus() {
+    ServerStatus status;
+    status.version = "0.1.0";
+    status.now = now;
+    status.started = now - 125min;
+    status.isReady = true;
+    status.indicationsEnabled = true;
+    status.classes = 31;
+    status.counters = {120, 80, 80, 75, 0, {{"connection refused", 3}}, {{"earlier one failed", 2}},
+                       {},  0,  0};
+    status.rateStep = 30s;
+    status.rates = {{100, 100, 0, 0}, {2, 1, 0, 0}, {4, 2, 0, 0}};
+    status.latency = {{0.5, 2}, {60, 15}, 0, 40};
+    for (int index = 0; index < 3; ++index) {
+        Subscriber subscriber;
+        subscriber.host = "127.0.0.1";
+        subscriber.port = std::to_string(5990 + index);
+        subscriber.session = "1";
+        subscriber.lastDelivery = now - 3s;
+        status.subscribers.push_back(subscriber);
+    }
+    status.subscribers[2].isFailing = true;
+    status.subscribers[2].lastFailure = Failure{"connection refused", now - 3min, now - 2s, 12};
+    status.subscribers[2].lastDrop = Failure{"7 dropped because an earlier one failed", now, now - 1min, 1};
+    return status;
+}
+
+std::string textOf(const ServerStatus& status, StatusView view = {"127.0.0.1:5988"}) {
+    std::string text;
+    for (const std::string& line : statusLines(status, view, Output(false))) {
+        text += line + "\n";
+    }
+    return text;
+}
+
+}  // namespace
+
+TEST(StatusText, TellsTheHealthFirst) {
+    EXPECT_THAT(textOf(busyStatus()),
+                testing::StartsWith("velmd 0.1.0 at 127.0.0.1:5988: ready, up 2 h 5 min\n31 classes, 0 "
+                                    "providers, 0 connections, 0 requests under way; the indications log is "
+                                    "off\n"));
+    ServerStatus status = busyStatus();
+    status.isReady = false;
+    status.notReady = "it stops";
+    EXPECT_THAT(textOf(status), HasSubstr("not ready: it stops"));
+    EXPECT_FALSE(isHealthy(status));
+    status = busyStatus();
+    EXPECT_TRUE(isHealthy(status));
+    status.indicationsEnabled = false;
+    EXPECT_FALSE(isHealthy(status));
+    EXPECT_THAT(textOf(status), HasSubstr("Indications are switched off"));
+}
+
+TEST(StatusText, CountsIndications_AndTellsTheLastMinute) {
+    const std::string text = textOf(busyStatus());
+    EXPECT_THAT(text, testing::ContainsRegex("since the start +120 +80 +80 +75 +3 +2\n"));
+    EXPECT_THAT(text, testing::ContainsRegex("last minute +3.00/s +1.50/s +0/s +0/s\n"));
+    EXPECT_THAT(text, HasSubstr("failed: connection refused 3\n"));
+    EXPECT_THAT(text, HasSubstr("dropped: earlier one failed 2\n"));
+    EXPECT_THAT(text, HasSubstr("half within 0.5 s, 99 of 100 within 2 s."));
+}
+
+TEST(StatusText, HasThoseThatFailFirst_WithTheirErrors) {
+    const std::string text = textOf(busyStatus());
+    EXPECT_LT(text.find("127.0.0.1:5992/1"), text.find("127.0.0.1:5990/1"));
+    EXPECT_THAT(text, HasSubstr("    connection refused (12 times since 3 min ago, last 2 s ago)\n"));
+    EXPECT_THAT(text, HasSubstr("    7 dropped because an earlier one failed (1 min ago)\n"));
+}
+
+TEST(StatusText, FitsTheTerminal) {
+    ServerStatus status = busyStatus();
+    status.subscribers[0].host = std::string(200, 'h') + ".example";
+    status.subscribers[1].delivered = 12345678901234;
+    status.providers.push_back({"a-provider-with-a-long-name",
+                                "/x.so",
+                                {"A"},
+                                1,
+                                2,
+                                3,
+                                4,
+                                Failure{std::string(300, 'x'), now, now, 1}});
+    status.removed.push_back({"host.example", "80", "12345", true, now - 1h, "channel replaced", 1, 2, 3,
+                              Failure{"write failed", now, now, 1}});
+    EXPECT_THAT(statusLines(status, {"127.0.0.1:5988", 80}, Output(false)),
+                Each(ResultOf(columnsOf, testing::Le(80U))));
+}
+
+TEST(StatusText, ListsSoManyThatDoNotFail) {
+    ServerStatus status = busyStatus();
+    const std::string text = textOf(status, {"127.0.0.1:5988", 80, 1});
+    EXPECT_THAT(text, AllOf(HasSubstr(":5992/1"), HasSubstr(":5990/1"), Not(HasSubstr(":5991/1")),
+                            HasSubstr("... and 1 that do not fail; --all shows them")));
+}
+
+TEST(StatusText, TellsOfThoseThatWereRemoved) {
+    ServerStatus status = busyStatus();
+    status.subscribers.clear();
+    status.removed.push_back({"host.example", "80", "7", false, now - 1h, "delivery failed", 1, 2, 3,
+                              Failure{"connection refused", now - 1h, now - 1h, 1}});
+    const std::string text = textOf(status);
+    EXPECT_THAT(text, HasSubstr("Nobody is subscribed."));
+    EXPECT_THAT(text, testing::ContainsRegex("host.example:80/7 +1 h ago +delivery failed +1 +3\n"));
+    EXPECT_THAT(text, HasSubstr("    connection refused (1 h ago)\n"));
+}
+
+TEST(StatusText, ShowsTextOfOthersWithoutItsControlCharacters) {
+    ServerStatus status = busyStatus();
+    status.version = "1\x1b[2J";
+    status.subscribers[2].host = "h\x1b]0;x\x07";
+    status.subscribers[2].lastFailure->text = "no\nyes\x1b[31m";
+    EXPECT_THAT(textOf(status), Not(HasSubstr("\x1b")));
+    EXPECT_THAT(textOf(status), HasSubstr(R"(no\x0ayes\x1b[31m)"));
+}

@@ -1,0 +1,183 @@
+#include "velmctl/commands/SubscriberReport.h"
+
+#include "velmctl/output/Text.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+namespace velm {
+
+namespace {
+
+using namespace status;
+using std::chrono::duration_cast;
+using std::chrono::seconds;
+
+std::string ago(Time now, const std::optional<Time>& time) {
+    return time ? agoText(now, *time) : "never";
+}
+
+std::string addressOf(const Subscriber& subscriber) {
+    return HostPort{printable(subscriber.host), printable(subscriber.port)}.text();
+}
+
+std::string sessionOption(const std::string& session) {
+    return session == "1" ? "" : " --session " + printable(session);
+}
+
+void addFailure(SubscriberReport& report, const char* what, const std::optional<Failure>& failure, Time now) {
+    if (failure) {
+        report.facts.emplace_back(what, failureText(*failure, now));
+    }
+}
+
+void addFacts(SubscriberReport& report, const Subscriber& subscriber, Time now) {
+    report.facts = {
+        {"form", subscriber.isChannel ? "a channel: the connection that it keeps open"
+                                      : "a listener: it is connected to for each indication"},
+        {"subscribed", fmt::format("{}, since {}", counted(subscriber.subscriptions, "subscription"),
+                                   agoText(now, subscriber.since))},
+        {"queued", fmt::format("{} in all, {} wait now", subscriber.queued, subscriber.waiting)},
+        {"delivered", fmt::format("{}, last {}", subscriber.delivered, ago(now, subscriber.lastDelivery))},
+        {"not delivered", fmt::format("{} failed, {} dropped", subscriber.failed, subscriber.dropped)},
+        {"last heartbeat", ago(now, subscriber.lastHeartbeat)}};
+    addFailure(report, subscriber.isFailing ? "failing" : "last failure", subscriber.lastFailure, now);
+    addFailure(report, "last drop", subscriber.lastDrop, now);
+    addFailure(report, "last odd answer", subscriber.lastImproperAnswer, now);
+}
+
+/// Why it hears nothing although nothing fails; from what keeps everything away to what keeps single
+/// indications away.
+void explainQuiet(SubscriberReport& report, const ServerStatus& status, const Subscriber& subscriber) {
+    if (!isHealthy(status)) {
+        report.finding = "The daemon is not ready to deliver: " +
+                         (status.isReady ? "indications are switched off" : printable(status.notReady)) + ".";
+        report.advice = "velmctl status shows the daemon's own state; its log tells more.";
+    } else if (subscriber.subscriptions == 0) {
+        report.finding = "It is known, but is subscribed to nothing.";
+        report.advice = fmt::format("Subscribe: velmctl subscribe CLASS --to {}{}", addressOf(subscriber),
+                                    sessionOption(subscriber.session));
+    } else if (subscriber.queued == 0 && status.counters.reported == 0) {
+        report.finding = "Nothing was reported to the daemon yet, by a provider or by a client.";
+        report.advice = "Make something happen: velmctl emit create CLASS NAME=VALUE";
+    } else if (subscriber.queued == 0) {
+        report.finding = fmt::format("None of the {} fits what it is subscribed to.",
+                                     counted(status.counters.reported, "reported event"));
+        report.advice = "Compare: velmctl dump shows what it is subscribed to, velmctl listen what happens.";
+    } else if (subscriber.delivered == 0 && subscriber.waiting != 0) {
+        report.finding =
+            fmt::format("{} on the way: the daemon delivers once a second, one after the other.",
+                        subscriber.waiting == 1 ? "1 indication is"
+                                                : fmt::format("{} indications are", subscriber.waiting));
+        report.advice = "Look again in a moment; a slow listener elsewhere delays all: velmctl status";
+    } else {
+        report.isWell = true;
+    }
+}
+
+void explainWell(SubscriberReport& report, const Subscriber& subscriber) {
+    if (subscriber.improperAnswers != 0) {
+        report.finding = fmt::format("{} delivered, but not all were answered as they should be.",
+                                     counted(subscriber.delivered, "indication"));
+        report.advice =
+            fmt::format("See the answer explained: velmctl ping-listener {}", addressOf(subscriber));
+    } else if (subscriber.dropped != 0 || subscriber.failed != 0) {
+        report.finding = "All is well now, but it has lost indications.";
+        report.advice = "They are not sent again; the daemon's log names the times.";
+    } else {
+        report.finding = "All is well: what was queued for it was delivered.";
+        report.advice = "To see what exactly: velmctl log on, then velmctl log tail --follow";
+    }
+}
+
+SubscriberReport reportOf(const ServerStatus& status, const Subscriber& subscriber) {
+    SubscriberReport report;
+    report.name = nameOf(subscriber);
+    addFacts(report, subscriber, status.now);
+    if (subscriber.isFailing) {
+        report.finding = "What is sent to it does not arrive.";
+        report.advice = subscriber.isChannel ? "Close the connection and open the channel anew."
+                                             : fmt::format(
+                                                   "Start the listener or mend it, then try: velmctl "
+                                                   "ping-listener {}",
+                                                   addressOf(subscriber));
+        return report;
+    }
+    explainQuiet(report, status, subscriber);
+    if (report.isWell) {
+        explainWell(report, subscriber);
+    }
+    return report;
+}
+
+SubscriberReport reportOf(const ServerStatus& status, const RemovedSubscriber& removed) {
+    SubscriberReport report;
+    report.name = nameOf(removed);
+    report.facts = {
+        {"removed", fmt::format("{}: {}", agoText(status.now, removed.when), printable(removed.reason))},
+        {"delivered", std::to_string(removed.delivered)},
+        {"not delivered", fmt::format("{} failed, {} dropped", removed.failed, removed.dropped)}};
+    addFailure(report, "last failure", removed.lastFailure, status.now);
+    report.finding = "It is no longer subscribed.";
+    report.advice = removed.isChannel
+                        ? "Open the channel and subscribe again."
+                        : fmt::format("Subscribe again: velmctl subscribe CLASS --to {}{}",
+                                      HostPort{printable(removed.host), printable(removed.port)}.text(),
+                                      sessionOption(removed.session));
+    return report;
+}
+
+/// Subscribers that may have been meant: on the same port, or of another session.
+std::vector<std::string> similarTo(const SubscriberName& name, const ServerStatus& status) {
+    constexpr std::size_t most = 5;
+    std::vector<std::string> similar;
+    for (const Subscriber& subscriber : status.subscribers) {
+        if (subscriber.port == name.address.port && similar.size() < most) {
+            similar.push_back(nameOf(subscriber));
+        }
+    }
+    return similar;
+}
+
+SubscriberReport reportOfNobody(const ServerStatus& status, const SubscriberName& name) {
+    SubscriberReport report;
+    report.name = printable(name.text());
+    report.finding = "Nobody of this name is subscribed.";
+    const auto similar = similarTo(name, status);
+    if (!similar.empty()) {
+        report.finding +=
+            fmt::format(" There is {}; host and session count as they were given.", fmt::join(similar, ", "));
+    }
+    report.advice = fmt::format("Subscribe: velmctl subscribe CLASS --to {}{}",
+                                printable(name.address.text()), sessionOption(name.session.value_or("1")));
+    return report;
+}
+
+bool isBack(const ServerStatus& status, const RemovedSubscriber& removed) {
+    const SubscriberName name{{removed.host, removed.port}, removed.session};
+    return std::ranges::any_of(status.subscribers, [&](const auto& present) { return name.names(present); });
+}
+
+}  // namespace
+
+std::vector<SubscriberReport> reportSubscribers(const ServerStatus& status, const SubscriberName& name) {
+    std::vector<SubscriberReport> reports;
+    for (const Subscriber& subscriber : status.subscribers) {
+        if (name.names(subscriber)) {
+            reports.push_back(reportOf(status, subscriber));
+        }
+    }
+    for (const RemovedSubscriber& removed : status.removed) {
+        if (name.names(removed) && !isBack(status, removed)) {
+            reports.push_back(reportOf(status, removed));
+        }
+    }
+    if (reports.empty()) {
+        reports.push_back(reportOfNobody(status, name));
+    }
+    return reports;
+}
+
+}  // namespace velm

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "velmctl/commands/StatusText.h"
+#include "velmd/status/ServerStatus.h"
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace velm {
+
+/// All that is known about one subscriber, and why its listener hears nothing, if it does not.
+struct SubscriberReport {
+    std::string name;
+    /// What is known: "queue", "3 wait".
+    std::vector<std::pair<std::string, std::string>> facts;
+    /// What follows from it, and the next step to take, a sentence each.
+    std::string finding;
+    std::string advice;
+    /// It is subscribed, and nothing fails.
+    bool isWell = false;
+};
+
+/// One for each subscriber of that name, those that were removed included unless they are back; one that says
+/// so when there is none. Any thread.
+std::vector<SubscriberReport> reportSubscribers(const status::ServerStatus& status,
+                                                const SubscriberName& name);
+
+}  // namespace velm
