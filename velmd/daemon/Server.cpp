@@ -10,6 +10,7 @@
 #include "velmd/daemon/RepositoryReports.h"
 #include "velmd/repository/RegistryClasses.h"
 #include "velmd/status/Describe.h"
+#include "velmd/status/StatusJson.h"
 
 #include <algorithm>
 #include <climits>
@@ -22,13 +23,14 @@ namespace velm {
 
 namespace {
 
+std::string machineName() {
+    char own[HOST_NAME_MAX + 1] = {};
+    return ::gethostname(own, sizeof own - 1) == 0 && own[0] != '\0' ? own : "localhost";
+}
+
 std::string hostName(const Settings& settings) {
-    std::string name = settings.text("Server", "HostName");
-    if (name.empty()) {
-        char own[HOST_NAME_MAX + 1] = {};
-        name = ::gethostname(own, sizeof own - 1) == 0 && own[0] != '\0' ? own : "localhost";
-    }
-    return name;
+    const std::string name = settings.text("Server", "HostName");
+    return name.empty() ? machineName() : name;
 }
 
 /// Of `wanted`, as many as leave descriptors to the rest of the process, deliveries above all.
@@ -60,6 +62,7 @@ HTTPServer::Options optionsIn(const Settings& settings) {
     options.port = static_cast<std::uint16_t>(settings.number("Server", "Port"));
     options.workers = static_cast<unsigned int>(settings.number("Server", "Workers"));
     options.limits = limitsIn(settings);
+    options.isUrgent = &Faces::isFor;
     return options;
 }
 
@@ -102,6 +105,7 @@ Server::Server(const Settings& settings) : Server(settings, Unstarted()) {
                               static_cast<std::size_t>(settings.number("VELM", "MaxSubscribers"))},
         messageLimits);
     _status = std::make_unique<status::Collector>(_statusParts());
+    _faces = std::make_unique<Faces>(_faceSources(settings));
     _http = std::make_unique<HTTPServer>(optionsIn(settings),
                                          [this](const HTTPRequest& request) { return _handle(request); });
     _isServing = true;
@@ -159,10 +163,17 @@ std::string Server::describe() const {
 }
 
 bool Server::makesProgress() {
-    return _http->makesProgress();
+    const bool doesMake = _http->makesProgress();
+    if (doesMake) {
+        _liveness.noteProgress();
+    }
+    return doesMake;
 }
 
 HTTPResponse Server::_handle(const HTTPRequest& request) {
+    if (auto shown = _faces->handle(request)) {
+        return std::move(*shown);
+    }
     const Counted counted(_requestsInWork);
     return _handler->handle(request);
 }
@@ -172,9 +183,29 @@ status::Collector::Parts Server::_statusParts() const {
             [this] { return _repository.find(mirroredNamespace).classes->size(); },
             [this] { return _isServing ? _http->connectionCount() : 0; },
             [this] { return _requestsInWork.load(); },
-            [this] { return _isServing ? "" : "the server is starting or stopping"; },
+            [this] { return _notReady(); },
             [this] { return status::describe(_handler->counts()); },
             [this] { return status::describe(*_providers); }};
+}
+
+std::string Server::_notReady() const {
+    if (!_isServing) {
+        return "the server is starting or stopping";
+    }
+    return _manager->getIndicationsEnabled() ? "" : "indications are switched off";
+}
+
+Faces::Sources Server::_faceSources(const Settings& settings) const {
+    Faces::Sources sources;
+    sources.status = [this] { return status(); };
+    sources.json = &status::toJson;
+    sources.dumpTables = [this](std::ostream& out) { _manager->dump(out); };
+    sources.illness = [this] { return _liveness.illness(); };
+    sources.notReady = [this] { return _notReady(); };
+    sources.indicationsLog = std::string(CIndicationNotifier::getIndicationsLogFileName().view());
+    sources.hostName = hostName(settings);
+    sources.machineName = machineName();
+    return sources;
 }
 
 Server::Leftover Server::stop(std::chrono::milliseconds patience) {

@@ -2,6 +2,8 @@
 
 #include "Indications/IndicationManager.h"
 #include "velmd/daemon/StateDirectory.h"
+#include "velmd/faces/Faces.h"
+#include "velmd/faces/Liveness.h"
 #include "velmd/http/HTTPServer.h"
 #include "velmd/providers/ProviderFolder.h"
 #include "velmd/providers/ProviderTable.h"
@@ -72,6 +74,9 @@ private:
     HTTPResponse _handle(const HTTPRequest& request);
     ProviderTable::IsA _isA() const;
     status::Collector::Parts _statusParts() const;
+    Faces::Sources _faceSources(const Settings& settings) const;
+    /// Empty when it is ready.
+    std::string _notReady() const;
 
     const std::vector<std::string> _addresses;
     StateDirectory _state;
@@ -84,7 +89,9 @@ private:
     std::unique_ptr<RequestHandler> _handler;
     std::atomic<std::size_t> _requestsInWork{0};
     std::atomic<bool> _isServing{false};
+    Liveness _liveness;
     std::unique_ptr<status::Collector> _status;
+    std::unique_ptr<Faces> _faces;
     std::unique_ptr<HTTPServer> _http;
 };
 

@@ -34,6 +34,8 @@ using Connections = std::unordered_set<std::shared_ptr<Connection>>;
 constexpr std::size_t readSize = 64 * 1024;
 /// Connections past the limit that are told so at one time; beyond them they are closed without a word.
 constexpr std::size_t refusalsAtOnce = 128;
+/// Urgent requests that wait: there are few who ask, and they ask one thing at a time.
+constexpr std::size_t maxWaitingUrgent = 100;
 /// Far enough for anybody, and no overflow when added to the clock.
 constexpr std::chrono::milliseconds longestPatience = std::chrono::hours(24 * 365);
 
@@ -66,6 +68,21 @@ public:
     bool makesProgress();
 
 private:
+    /// Threads, and how much they have to do.
+    struct Lane {
+        Lane(unsigned int threads, std::size_t maxWaiting)
+            : maxJobs(threads + maxWaiting), threadCount(threads), pool(threads) {}
+
+        const std::size_t maxJobs;
+        const std::size_t threadCount;
+        // Guarded by _mutex.
+        /// What the threads have to do and do.
+        std::size_t jobCount = 0;
+        std::size_t endedJobs = 0;
+
+        asio::thread_pool pool;
+    };
+
     const Options& options() const override { return _options; }
     std::span<char> readBuffer() override { return _readBuffer; }
     HeldBytes& heldSum() override { return _heldBytes; }
@@ -82,9 +99,9 @@ private:
     std::size_t _cutOff();
 
     // On a worker.
-    void _work(std::shared_ptr<Connection> connection, const HTTPRequest& request);
+    void _work(Lane& lane, std::shared_ptr<Connection> connection, const HTTPRequest& request);
     HTTPResponse _answer(const HTTPRequest& request) const;
-    void _endJob();
+    void _endJob(Lane& lane);
 
     void _waitUntilDone(std::chrono::milliseconds patience);
 
@@ -96,9 +113,6 @@ private:
     std::condition_variable _changed;
     // Guarded by _mutex.
     std::size_t _connectionCount = 0;
-    /// What the workers have to do and do.
-    std::size_t _jobCount = 0;
-    std::size_t _endedJobs = 0;
     bool _isFinishing = false;
 
     // makesProgress()'s.
@@ -119,12 +133,16 @@ private:
     std::array<char, readSize> _readBuffer;
 
     std::uint16_t _port = 0;
-    asio::thread_pool _workers;
+    Lane _workers;
+    Lane _urgent;
     std::thread _thread;
 };
 
 HTTPServer::Impl::Impl(Options options, Handler handler)
-    : _options(checked(options)), _handler(std::move(handler)), _workers(options.workers) {
+    : _options(checked(options)),
+      _handler(std::move(handler)),
+      _workers(_options.workers, _options.limits.maxWaitingRequests),
+      _urgent(_options.isUrgent ? 1 : 0, maxWaitingUrgent) {
     Listening listening = listenOn(_options.addresses, _options.port);
     _port = listening.port;
     _acceptor.emplace(_loop, std::move(listening.sockets),
@@ -194,25 +212,27 @@ Connection* HTTPServer::Impl::_largestOver(std::size_t size) const {
 }
 
 bool HTTPServer::Impl::handle(std::shared_ptr<Connection> connection, HTTPRequest request) {
+    Lane& lane = _options.isUrgent && _options.isUrgent(request) ? _urgent : _workers;
     {
         const std::lock_guard lock(_mutex);
-        if (_jobCount >= _options.workers + _options.limits.maxWaitingRequests) {
+        if (lane.jobCount >= lane.maxJobs) {
             return false;
         }
-        ++_jobCount;
+        ++lane.jobCount;
     }
-    asio::post(_workers, [this, connection = std::move(connection), request = std::move(request)]() mutable {
-        _work(std::move(connection), request);
-    });
+    asio::post(lane.pool,
+               [this, &lane, connection = std::move(connection), request = std::move(request)]() mutable {
+                   _work(lane, std::move(connection), request);
+               });
     return true;
 }
 
-void HTTPServer::Impl::_work(std::shared_ptr<Connection> connection, const HTTPRequest& request) {
+void HTTPServer::Impl::_work(Lane& lane, std::shared_ptr<Connection> connection, const HTTPRequest& request) {
     HTTPResponse response;
     if (!_isCutOff) {
         response = _answer(request);
     }
-    _endJob();
+    _endJob(lane);
     asio::post(_loop, [connection = std::move(connection), response = std::move(response)]() mutable {
         connection->answer(std::move(response));
     });
@@ -233,25 +253,25 @@ HTTPResponse HTTPServer::Impl::_answer(const HTTPRequest& request) const {
     return response;
 }
 
-void HTTPServer::Impl::_endJob() {
+void HTTPServer::Impl::_endJob(Lane& lane) {
     const std::lock_guard lock(_mutex);
-    --_jobCount;
-    ++_endedJobs;
+    --lane.jobCount;
+    ++lane.endedJobs;
     _changed.notify_all();
 }
 
 void HTTPServer::Impl::handOver(Descriptor socket, std::function<void(int)> takeOver) {
     {
         const std::lock_guard lock(_mutex);
-        ++_jobCount;
+        ++_workers.jobCount;
     }
-    asio::post(_workers, [this, socket = std::move(socket), takeOver = std::move(takeOver)]() mutable {
+    asio::post(_workers.pool, [this, socket = std::move(socket), takeOver = std::move(takeOver)]() mutable {
         if (_isCutOff) {
             ++_droppedHandOvers;
         } else {
             runServerTask("What took a connection over threw", [&] { takeOver(socket.release()); });
         }
-        _endJob();
+        _endJob(_workers);
     });
 }
 
@@ -274,8 +294,9 @@ std::size_t HTTPServer::Impl::_cutOff() {
 
 void HTTPServer::Impl::_waitUntilDone(std::chrono::milliseconds patience) {
     std::unique_lock lock(_mutex);
-    _changed.wait_for(lock, std::min(patience, longestPatience),
-                      [this] { return _isFinishing && _connectionCount == 0 && _jobCount == 0; });
+    _changed.wait_for(lock, std::min(patience, longestPatience), [this] {
+        return _isFinishing && _connectionCount == 0 && _workers.jobCount == 0 && _urgent.jobCount == 0;
+    });
 }
 
 std::size_t HTTPServer::Impl::stop(std::chrono::milliseconds patience) {
@@ -288,7 +309,8 @@ std::size_t HTTPServer::Impl::stop(std::chrono::milliseconds patience) {
     std::promise<std::size_t> cutOff;
     asio::post(_loop, [this, &cutOff] { cutOff.set_value(_cutOff()); });
     const std::size_t count = cutOff.get_future().get();
-    _workers.join();
+    _workers.pool.join();
+    _urgent.pool.join();
     _keepsRunning.reset();
     _thread.join();
     return count + _droppedHandOvers;
@@ -300,8 +322,8 @@ bool HTTPServer::Impl::makesProgress() {
         asio::post(_loop, [this] { _isTurnAwaited = false; });
     }
     const std::lock_guard lock(_mutex);
-    const bool waits = _jobCount > _options.workers;
-    const bool worked = std::exchange(_endedJobsBefore, _endedJobs) != _endedJobs;
+    const bool waits = _workers.jobCount > _workers.threadCount;
+    const bool worked = std::exchange(_endedJobsBefore, _workers.endedJobs) != _workers.endedJobs;
     return hadTurn && (worked || !waits);
 }
 

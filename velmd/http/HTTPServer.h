@@ -75,14 +75,16 @@ struct HTTPResponse {
 /// past a limit is answered with 400, 408, 413, 417, 431, 501, 503 or 505, a sentence that says why, and
 /// closed; 503 also when the process has no descriptor left.
 ///
-/// Threads: one runs all connections; `workers` call the handler. Any thread may call the operations.
+/// Threads: one runs all connections; `workers` call the handler, and one more does for urgent requests. Any
+/// thread may call the operations.
 /// Failure: the constructor throws std::invalid_argument that names an address that is no loopback literal,
 /// and std::system_error that names the address that cannot be bound. An IPv6 address that this machine has
 /// not is left out with a line in the log while another one works.
 class HTTPServer {
 public:
-    /// Called on a worker, by several at a time. What it throws is logged and answered with 500; so is a
-    /// response that would break its framing (a line break in a header).
+    /// Called on a worker, or on the thread of the urgent requests, by several at a time. What it throws is
+    /// logged and answered with 500; so is a response that would break its framing (a line break in a
+    /// header).
     using Handler = std::function<HTTPResponse(const HTTPRequest&)>;
 
     struct Options {
@@ -94,6 +96,10 @@ public:
         HTTPLimits limits;
         /// The Server header.
         std::string name = "velmd";
+        /// Whether a request has to be answered even while all workers are busy: what an operator asks who
+        /// wants to know why they are. Such requests have a thread of their own, all together. Called on the
+        /// thread of the connections: it must neither block nor throw. Empty: none has.
+        std::function<bool(const HTTPRequest&)> isUrgent;
     };
 
     /// Listens, and serves from now on.
@@ -117,9 +123,9 @@ public:
     std::size_t stop(std::chrono::milliseconds patience);
 
     /// Whether the server has got on since the last call: the thread of the connections has had a turn and,
-    /// where requests wait, a worker has ended one. For whoever wants to notice a server that is stuck; a
-    /// single false after a short time means little. True at the first call. Requires: one thread at a time;
-    /// not called after stop().
+    /// where requests wait for the workers, one of these has ended one. For whoever wants to notice a server
+    /// that is stuck; a single false after a short time means little. True at the first call. Requires: one
+    /// thread at a time; not called after stop().
     bool makesProgress();
 
 private:

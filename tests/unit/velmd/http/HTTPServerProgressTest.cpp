@@ -3,7 +3,9 @@
 #include "velmd/http/HTTPServer.h"
 
 #include <chrono>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -78,4 +80,69 @@ TEST(HTTPServerProgress, IsNotMade_WhileTheThreadOfTheConnectionsIsStuck) {
     EXPECT_TRUE(isStuck(server));
     log.gate.open();
     EXPECT_TRUE(eventually([&] { return server.makesProgress(); }));
+}
+
+TEST(HTTPServerUrgent, IsAnswered_WhileAllWorkersAreBusy) {
+    Gate gate;
+    HTTPServer::Options options = oneWorker();
+    options.isUrgent = [](const HTTPRequest& request) { return request.target == "/urgent"; };
+    HTTPServer server(options, [&](const HTTPRequest& request) {
+        if (request.target != "/urgent") {
+            gate.pass();
+        }
+        return echo(request);
+    });
+    std::vector<TestClient> waiting = clientsThatSend(server, 3);
+    ASSERT_TRUE(gate.waitForEntered(1));
+    TestClient client(server.port());
+    for (int count = 0; count < 3; ++count) {
+        client.send("GET /urgent HTTP/1.1\r\nHost: a\r\n\r\n");
+        EXPECT_EQ(client.receive(), responseBytes("200 OK", "GET /urgent "));
+    }
+    EXPECT_TRUE(eventually([&] { return isStuck(server); }))
+        << "what is urgent is no progress of the workers";
+    gate.open();
+    for (TestClient& each : waiting) {
+        EXPECT_EQ(each.receive(), responseBytes("200 OK", "GET / "));
+    }
+}
+
+TEST(HTTPServerUrgent, IsRefused_WhenTooManyWaitAlready) {
+    Gate gate;
+    HTTPServer::Options options = oneWorker();
+    options.isUrgent = [](const HTTPRequest& request) { return request.target == "/"; };
+    HTTPServer server(options, [&](const HTTPRequest& request) {
+        if (request.target == "/") {
+            gate.pass();
+        }
+        return echo(request);
+    });
+    constexpr std::size_t taken = 101;
+    std::vector<TestClient> clients = clientsThatSend(server, taken + 1);
+    TestClient refused = takeAnswered(clients);
+    EXPECT_EQ(refused.receive().substr(0, 12), "HTTP/1.1 503");
+    TestClient other(server.port());
+    other.send("GET /other HTTP/1.1\r\nHost: a\r\n\r\n");
+    EXPECT_EQ(other.receive(), responseBytes("200 OK", "GET /other ")) << "the workers are free";
+    gate.open();
+    for (TestClient& each : clients) {
+        EXPECT_EQ(each.receive(), responseBytes("200 OK", "GET / "));
+    }
+}
+
+TEST(HTTPServerUrgent, IsWaitedForByAStop) {
+    Gate gate;
+    HTTPServer::Options options = oneWorker();
+    options.isUrgent = [](const HTTPRequest&) { return true; };
+    HTTPServer server(options, gate.handler());
+    TestClient client(server.port());
+    client.send(getRequest);
+    ASSERT_TRUE(gate.waitForEntered(1));
+    std::thread opener([&] {
+        eventually([&] { return server.connectionCount() == 1; });
+        gate.open();
+    });
+    EXPECT_EQ(server.stop(std::chrono::seconds(10)), 0U);
+    opener.join();
+    EXPECT_EQ(client.receive(), responseBytes("200 OK", "GET / ", "close"));
 }

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "velmd/faces/HostCheck.h"
+#include "velmd/http/HTTPServer.h"
+#include "velmd/status/ServerStatus.h"
+
+#include <filesystem>
+#include <functional>
+#include <iosfwd>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace velm {
+
+/// What the daemon shows of itself to whoever looks with GET: the status page and its style, the diagnostic
+/// tables, /healthz, /readyz, /metrics, /status.json and the record of indications at /log.
+///
+/// Nothing here changes anything, and nothing is answered to a request that names another host (421). No
+/// answer holds a script or lets one run; see docs/design/faces.md.
+///
+/// Threads: any number, as far as the functions in `Sources` allow. Failure: what those throw.
+class Faces {
+public:
+    struct Sources {
+        std::function<status::ServerStatus()> status;
+        std::function<std::string(const status::ServerStatus&)> json;
+        /// The text that Prometheus reads.
+        std::function<std::string(const status::ServerStatus&)> metrics;
+        std::function<void(std::ostream&)> dumpTables;
+        /// Why the server does not get on; empty when it does.
+        std::function<std::string()> illness;
+        /// Why the server is not ready for clients; empty when it is.
+        std::function<std::string()> notReady;
+        /// The record of indications.
+        std::filesystem::path indicationsLog;
+        /// What this server and this machine are called.
+        std::string hostName;
+        std::string machineName;
+    };
+
+    explicit Faces(Sources sources);
+    Faces(const Faces&) = delete;
+    Faces& operator=(const Faces&) = delete;
+
+    /// Whether it is for handle() rather than for the operations. Does not block and does not throw.
+    static bool isFor(const HTTPRequest& request);
+
+    /// The answer, or nothing for what is not for this class.
+    std::optional<HTTPResponse> handle(const HTTPRequest& request) const;
+
+private:
+    struct Target;
+    using Answer = HTTPResponse (Faces::*)(const Target&) const;
+    struct Face {
+        std::string_view path;
+        Answer answer;
+    };
+    static const Face faces[];
+
+    static const Face* _find(std::string_view path);
+    std::optional<HTTPResponse> _refuseHost(const HTTPRequest& request, const Target& target) const;
+
+    HTTPResponse _page(const Target& target) const;
+    HTTPResponse _style(const Target& target) const;
+    HTTPResponse _tables(const Target& target) const;
+    HTTPResponse _health(const Target& target) const;
+    HTTPResponse _readiness(const Target& target) const;
+    HTTPResponse _metrics(const Target& target) const;
+    HTTPResponse _json(const Target& target) const;
+    HTTPResponse _log(const Target& target) const;
+
+    const Sources _sources;
+    const HostCheck _hostCheck;
+};
+
+}  // namespace velm
