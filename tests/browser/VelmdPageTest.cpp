@@ -22,8 +22,10 @@ namespace json = boost::json;
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr const char* hostileId =
-    "&lt;img src=//127.0.0.1:PORT/&gt;&lt;script&gt;document.title=1&lt;/script&gt;";
+/// The tables have a blank before every 50th character of a name; here it comes before what matters.
+constexpr const char* hostileIds[] = {
+    "xxxxxxxxxxxxxxxxxxxxxxxxx&lt;img src=//127.0.0.1:PORT/&gt;",
+    "xxxxxxxxxxxxxxxxxxxxxxxxx&lt;script&gt;document.title=1&lt;/script&gt;"};
 constexpr const char* hostileError = "&lt;img src=//127.0.0.1:PORT/ onerror=document.title=1&gt;";
 
 std::string withPort(std::string text, const ScriptedListener& listener) {
@@ -53,8 +55,10 @@ protected:
         for (const std::string& port : {first.port(), second.port(), refusing.port(), complaining.port()}) {
             subscribe(port, {{"IndicationType", value("Creation")}, {"ClassName", className("EX_Item")}});
         }
-        subscribe(first.port(), {{"IndicationType", value("Change")},
-                                 {"InstanceName", itemName("EX_Item", withPort(hostileId, victim))}});
+        for (const char* id : hostileIds) {
+            subscribe(first.port(), {{"IndicationType", value("Change")},
+                                     {"InstanceName", itemName("EX_Item", withPort(id, victim))}});
+        }
     }
 
     void subscribe(const std::string& port, const WBEMClient::Parameters& wanted) {
@@ -137,8 +141,9 @@ TEST_F(VelmdPage, AgreesWithTheStatus) {
 TEST_F(VelmdPage, RunsNothing_WhateverInstancesAndErrorsAreCalled) {
     createItems(2);
     ASSERT_TRUE(first.waitForRequests(2) && complaining.waitForRequests(1));
-    EXPECT_THAT(get("/tables"), HasSubstr("<img src=//127.0.0.1:" + victim.port() + "/>"))
-        << "the name is there as it is";
+    EXPECT_THAT(get("/tables"), AllOf(HasSubstr("<img src=//127.0.0.1:" + victim.port() + "/>"),
+                                      HasSubstr("<script>document.title=1</script>")))
+        << "the names are there as they are";
     for (const char* target : {"/?refresh=off", "/tables"}) {
         const std::string document = browser.documentOf(address(target));
         EXPECT_THAT(document, HasSubstr("<html"));
