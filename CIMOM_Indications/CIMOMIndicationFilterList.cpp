@@ -120,6 +120,7 @@ void CCIMOMIndicationFilterList::notify(velm::RoutedIndication& indication) {
     if (!parts) {
         if (!_filter.IsNull() && velm::matches(*_filter, indication)) {
             _subscriber->notify(Map::makeOutgoing(*_filter, *indication.indication()));
+            indication.noteQueued(true);
         }
         return;
     }
@@ -127,6 +128,7 @@ void CCIMOMIndicationFilterList::notify(velm::RoutedIndication& indication) {
         for (const ORVSmrPtr<Map>& map : parts->maps) {
             if (velm::matches(*map->getIndicationFilter(), indication)) {
                 map->notify(indication.indication());
+                indication.noteQueued(true);
             }
         }
         return;
@@ -136,6 +138,7 @@ void CCIMOMIndicationFilterList::notify(velm::RoutedIndication& indication) {
         if (place.association ? place.association->matches(indication)
                               : map.getIndicationFilter()->match(indication.indication())) {
             map.notify(indication.indication());
+            indication.noteQueued(true);
         }
     }
 }

@@ -54,6 +54,11 @@ public:
     /// Gives the indication the names of its route.
     void setRouteNames(const RouteNames& names);
 
+    /// Whoever is handed the indication says whether that queued it at a subscriber.
+    void noteQueued(bool isQueued) noexcept { _isQueued = _isQueued || isQueued; }
+    /// Whether it was queued at one subscriber or more.
+    bool isQueued() const noexcept { return _isQueued; }
+
     /// The first or the second instance that the association refers to. Requires: isAssociation().
     const End& end(unsigned int position);
 
@@ -65,6 +70,7 @@ private:
     /// The object's handle, once it was fetched, and the object when it is of this system's own class.
     const ORVSmrPtr<IOrvoObject>* _handle = nullptr;
     const COrvoObject* _own = nullptr;
+    bool _isQueued = false;
     std::optional<bool> _isAssociation;
     std::optional<JoinedString> _instanceKey;
     std::array<std::optional<End>, 2> _ends;

@@ -29,6 +29,7 @@ CIndicationManager::CIndicationManager(velm::IVELMServer& server)
         _smartThis.Set(this);
         _connectionMonitor = new CSubscriberNetworkConnectionMonitor(_smartThis);
         _indicationNotifer = new CIndicationNotifier(_smartThis);
+        _records = _indicationNotifer->records();
         _iOrvoSubscriberPtr.Set(this);
         VELMConfigManager::getInstance()->getSint32("VELM", "CimTransactionTimeout", _transactionTimeout);
     } catch (...) {

@@ -3,6 +3,7 @@
 #include "CIMOM_Indications/CIMOMDeletedFilterRecord.h"
 #include "CIMOM_Indications/SubscriberPlaces.h"
 #include "Indications/IIndicationManager.h"
+#include "Indications/IndicationStatus.h"
 #include "Indications/NameSieve.h"
 #include "foundation/containers/ORVValMap.h"
 #include "foundation/containers/ORVValSlist.h"
@@ -14,10 +15,13 @@
 #include "foundation/utilities/ORVTypes.h"
 
 #include <atomic>
+#include <memory>
+#include <vector>
 
 namespace velm {
+class DeliveryRecords;
 class RoutedIndication;
-}
+}  // namespace velm
 
 /// The indication subsystem's one object: subscribers, instance subscriptions, the delivery thread and the
 /// connection monitor. See IIndicationManager for what its operations promise.
@@ -73,6 +77,12 @@ public:
     bool getIndicationsEnabled() const override;
     ORVSmrPtr<CIndicationNotifier> getIndicationNotifier() const override;
 
+    /// What the manager and the delivery thread have done so far. Holds the lock for reading, no longer than
+    /// getCurrentSubscribers() does. Throws std::bad_alloc.
+    velm::IndicationCounters getCounters() const;
+    /// The same with the subscribers, present and removed.
+    velm::IndicationStatus getStatus() const;
+
     class CDeletedSubscriberRecord;
 
 private:
@@ -107,6 +117,8 @@ private:
     void _routeThroughClassTree(velm::RoutedIndication& indication);
 
     // Provider calls. Requires: no lock is held.
+    template <class Call>
+    auto _callProvider(Call call);
     void _subscribeToProvider(ORVSmrPtr<IOrvoInstanceName> instanceName,
                               IOrvoIndication::IndicationType indicationType,
                               ORVSmrPtr<IOrvoSubscriptionFilter> filter, const bool& isClassBased);
@@ -132,6 +144,9 @@ private:
     ORVSmrPtr<IOrvoObject> _getInstanceFromProvider(ORVSmrPtr<IOrvoInstanceName> instanceName);
     [[noreturn]] void _throwClassNotFoundException(ORVSmrPtr<IOrvoValue> classInstanceValue);
 
+    /// The present subscribers, and in `counters` all that is not theirs.
+    std::vector<ORVSmrPtr<CSubscriber>> _snapshot(velm::IndicationCounters& counters) const;
+
     // The tables and what stands beside them. Requires: the write lock.
     /// Where the subscriber stands in the list. Requires: it is there.
     ORVValSlist<ORVSmrPtr<CSubscriber>>::iterator _positionOf(const CSubscriber& subscriber);
@@ -140,6 +155,7 @@ private:
     void _purgeSubscriberTable();
 
     // Removal, phase one. Requires: the write lock.
+    void _noteRemoval(CSubscriber& subscriber) noexcept;
     void _deleteSubscriber(ORVSmrPtr<CSubscriber> subscriber);
     void _deleteFromSubscriberTable(const ORVSmrPtr<CSubscriber>& subscriber);
     void _deleteFromClassRegistry(const CSubscriberID& subscriberID);
@@ -171,6 +187,7 @@ private:
     ORVSmrPtr<ISubscriberManager> _smartThis;
     ORVSmrPtr<CSubscriberNetworkConnectionMonitor> _connectionMonitor;
     ORVSmrPtr<CIndicationNotifier> _indicationNotifer;
+    std::shared_ptr<velm::DeliveryRecords> _records;
     ORVSmrPtr<IOrvoSubscriber> _iOrvoSubscriberPtr;
     ORVReaderWriterLock _indicationManagerLock;
     int _sendTimeout;

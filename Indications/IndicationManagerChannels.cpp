@@ -1,4 +1,5 @@
 #include "Indications/IndicationManager.h"
+#include "Indications/RemovalCause.h"
 #include "foundation/object_model/COrvoValue.h"
 #include "foundation/services/CIMUtil.h"
 #include "foundation/utilities/ORVLockGuard.h"
@@ -32,6 +33,7 @@ void CIndicationManager::registerNotificationChannel(ORVSmrPtr<CSubscriberID> su
         if (!previous.IsNull()) {
             const ORVSmrPtr<CSubscriberID> previousID = previous->getSubscriberID();
             logRegistration("Removing a previous subscribre record for subscriber " + previousID->toString());
+            const velm::RemovalCause cause(velm::RemovalReason::channelReplaced);
             removeSubscriber(*previousID, true, false);
         }
         addSubscriber(ORVSmrPtr<CSubscriber>(
@@ -42,6 +44,7 @@ void CIndicationManager::registerNotificationChannel(ORVSmrPtr<CSubscriberID> su
             "An unknown exception occured while adding a client's persistent connection, removing the "
             "subscriber.");
         try {
+            const velm::RemovalCause cause(velm::RemovalReason::channelNotRegistered);
             removeSubscriber(*subscriberID, true, false);
         } catch (...) {
             logFailure("An unknown exception occured while removing a subscriber.");

@@ -1,3 +1,4 @@
+#include "Indications/DeliveryRecords.h"
 #include "Indications/IndicationManager.h"
 #include "foundation/object_model/COrvoObject.h"
 #include "foundation/object_model/COrvoSubscriptionFilter.h"
@@ -34,6 +35,17 @@ bool isAcceptance(const ORVSmrPtr<IOrvoValue>& answer) {
 }  // namespace
 
 template <class Call>
+auto CIndicationManager::_callProvider(Call call) {
+    _records->countProviderCall();
+    try {
+        return call();
+    } catch (...) {
+        _records->countFailedProviderCall();
+        throw;
+    }
+}
+
+template <class Call>
 void CIndicationManager::_askProviders(const ORVSmrPtr<IOrvoInstanceName>& instanceName,
                                        const char* methodName, bool askAll, Call call) {
     assert(!ORVReaderWriterLock::thisThreadHoldsRankedLock() && "providers are never called under a lock");
@@ -64,8 +76,10 @@ void CIndicationManager::_subscribeToProvider(ORVSmrPtr<IOrvoInstanceName> insta
                                               const bool& isClassBased) {
     _askProviders(instanceName, "registerObserver", isClassBased,
                   [&](velm::IProvider& provider, const CIMOMTransaction& transaction) {
-                      return provider.registerObserver(instanceName, _iOrvoSubscriberPtr, indicationType,
-                                                       filter, transaction.getTransaction());
+                      return _callProvider([&] {
+                          return provider.registerObserver(instanceName, _iOrvoSubscriberPtr, indicationType,
+                                                           filter, transaction.getTransaction());
+                      });
                   });
 }
 
@@ -77,8 +91,10 @@ void CIndicationManager::_unsubscribeFromProvider(ORVSmrPtr<IOrvoInstanceName> i
         instanceName, "deregisterObserver", isClassBased,
         [&](velm::IProvider& provider, const CIMOMTransaction& transaction) -> ORVSmrPtr<IOrvoValue> {
             try {
-                return provider.deregisterObserver(instanceName, _iOrvoSubscriberPtr, indicationType, filter,
-                                                   transaction.getTransaction());
+                return _callProvider([&] {
+                    return provider.deregisterObserver(instanceName, _iOrvoSubscriberPtr, indicationType,
+                                                       filter, transaction.getTransaction());
+                });
             } catch (...) {
                 // Nobody waits for this answer; the other providers must still be told.
                 return nullptr;
@@ -146,8 +162,8 @@ ORVSmrPtr<IOrvoObject> CIndicationManager::_getInstanceFromProvider(
         }
         CIMOMTransaction transaction(*provider, ORVString::emptyString(), className, "getInstance",
                                      ORVString::emptyString(), ORVString::emptyString(), _transactionTimeout);
-        const ORVSmrPtr<IOrvoObject> object =
-            provider->getInstance(nameSpace, instanceName, transaction.getTransaction());
+        const ORVSmrPtr<IOrvoObject> object = _callProvider(
+            [&] { return provider->getInstance(nameSpace, instanceName, transaction.getTransaction()); });
         ORVSmrPtr<IOrvoObject> result;
         if (!object.IsNull()) {
             result = new COrvoObject(*object, true);

@@ -1,6 +1,8 @@
 #include "CIMOM_Indications/CIMOMAssociationIndicationFilter.h"
 #include "Indications/ClassManagerGuard.h"
+#include "Indications/DeliveryRecords.h"
 #include "Indications/IndicationManager.h"
+#include "Indications/RemovalCause.h"
 #include "foundation/object_model/COrvoValue.h"
 #include "foundation/services/CIMUtil.h"
 #include "foundation/utilities/ORVLockGuard.h"
@@ -76,6 +78,7 @@ void CIndicationManager::removeSubscriber(const CSubscriberID& subscriberID, boo
             }
             _subscriberIndex.erase(_subscribers, _positionOf(*subscriber));
             _deleteSubscriber(subscriber);
+            _noteRemoval(*subscriber);
         }
     } catch (...) {
         logRemovalFailure(subscriberID);
@@ -86,7 +89,17 @@ void CIndicationManager::removeSubscriber(const CSubscriberID& subscriberID, boo
     }
 }
 
+void CIndicationManager::_noteRemoval(CSubscriber& subscriber) noexcept {
+    velm::RemovalReason reason = velm::RemovalCause::current();
+    const ORVSmrPtr<CSubscriberNetworkConnection> connection = subscriber.getNetworkConnection();
+    if (reason == velm::RemovalReason::expired && !connection.IsNull() && connection->isClosed()) {
+        reason = velm::RemovalReason::channelClosed;
+    }
+    _records->noteRemoval(subscriber, reason);
+}
+
 void CIndicationManager::removeAllSubscribers(bool informConnectionMontitor, bool cleanupDeletedSubscribers) {
+    const velm::RemovalCause cause(velm::RemovalReason::allRemoved);
     ORVLockGuard lock(_indicationManagerLock, ORVLockGuard::forWriting);
     lock.enter();
     for (unsigned int index = _subscribers.entries(); index >= 1; --index) {
@@ -105,6 +118,7 @@ void CIndicationManager::removeAllSubscribers(bool informConnectionMontitor, boo
         }
         if (!subscriber.IsNull()) {
             _deleteSubscriber(subscriber);
+            _noteRemoval(*subscriber);
         }
     }
     lock.leave();
@@ -125,6 +139,7 @@ void CIndicationManager::checkSubscriberStatus() {
                 subscriberIDList.append(subscriber->getSubscriberID());
             }
         }
+        const velm::RemovalCause cause(velm::RemovalReason::expired);
         for (const ORVSmrPtr<CSubscriberID>& id : subscriberIDList) {
             removeSubscriber(*id, true, false);
         }

@@ -1,5 +1,6 @@
 #include "CIMOM_Indications/RoutedIndication.h"
 #include "Indications/ClassManagerGuard.h"
+#include "Indications/DeliveryRecords.h"
 #include "Indications/IndicationManager.h"
 #include "foundation/object_model/COrvoDebugTools.h"
 #include "foundation/services/CIMUtil.h"
@@ -29,6 +30,9 @@ bool CIndicationManager::notify(ORVSmrPtr<IOrvoIndication> indication) {
 
 bool CIndicationManager::_route(const ORVSmrPtr<IOrvoIndication>& indication) {
     velm::RoutedIndication routed(indication);
+    // Also when the routing fails half-way.
+    const auto count = [this](velm::RoutedIndication* ended) { _records->countReport(ended->isQueued()); };
+    const std::unique_ptr<velm::RoutedIndication, decltype(count)> guard(&routed, count);
     if (routed.type() == IOrvoIndication::IndicationChange) {
         return _routeChange(routed);
     }
@@ -43,7 +47,7 @@ bool CIndicationManager::_routeChange(velm::RoutedIndication& indication) {
     if (scope != IOrvoIndication::ScopeClassOnly) {
         if (const ORVSmrPtr<CSubscriberList>* list = _subscriberTable.find(indication.instanceText())) {
             // Reporters rely on hearing about class-wide interest only, so this answer is dropped.
-            (*list)->notify(indication.indication());
+            indication.noteQueued((*list)->notify(indication.indication()));
         }
     }
     return scope != IOrvoIndication::ScopeInstanceOnly && _notifyClassLists(indication);
@@ -67,6 +71,7 @@ bool CIndicationManager::_notifyClassLists(velm::RoutedIndication& indication) {
         }
         if (const ORVSmrPtr<CSubscriberList>* list = _subscriberTable.find(name.text)) {
             classResult = (*list)->notify(indication.indication());
+            indication.noteQueued(classResult);
         }
     }
     return classResult;

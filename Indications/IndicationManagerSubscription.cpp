@@ -98,6 +98,9 @@ bool CIndicationManager::subscribe(ORVSmrPtr<CSubscriberID> subscriberID, ORVSmr
     const ORVSmrPtr<CSubscriber> subscriber =
         _findOrAddSubscriber(subscriberID, localHostName, localPortNumber);
     const bool result = _subscribeUnSubscribe(subscriber, target, endOne, endTwo, type, true);
+    if (result) {
+        subscriber->record()->noteSubscribed();
+    }
     lock.leave();
     if (result) {
         _subscribeToProvider(target, endOne, endTwo, type);
@@ -114,6 +117,9 @@ bool CIndicationManager::unsubscribe(ORVSmrPtr<CSubscriberID> subscriberID, ORVS
     const ORVSmrPtr<CSubscriber> subscriber = findSubscriber(*subscriberID, true);
     const bool result =
         !subscriber.IsNull() && _subscribeUnSubscribe(subscriber, target, endOne, endTwo, type, false);
+    if (result) {
+        subscriber->record()->noteUnsubscribed();
+    }
     lock.leave();
     if (result) {
         _unsubscribeFromProvider(target, endOne, endTwo, type);
@@ -178,6 +184,7 @@ bool CIndicationManager::subscribe(ORVSmrPtr<CSubscriberID> subscriberID,
     unsigned int referenceCount = 0;
     _addToTable(subscriber, instanceName, classWide)
         .subscribe(subscriber, classWide, type, filter, resultFilter, &referenceCount);
+    subscriber->record()->noteSubscribed();
     lock.leave();
     if (!filter.IsNull()) {
         if (!resultFilter->isEmpty()) {
@@ -209,6 +216,9 @@ bool CIndicationManager::unsubscribe(ORVSmrPtr<CSubscriberID> subscriberID,
         list->unsubscribe(*subscriberID, type, filter, resultFilter, &referenceCount);
     if (outcome == CSubscriberList::Outcome::noRow) {
         return false;
+    }
+    if (const auto subscriber = findSubscriber(*subscriberID, true); !subscriber.IsNull()) {
+        subscriber->record()->noteUnsubscribed();
     }
     if (outcome == CSubscriberList::Outcome::rowRemoved) {
         _updatePlace(key, *list, *subscriberID);

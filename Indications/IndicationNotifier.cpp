@@ -1,6 +1,7 @@
 #include "Indications/IndicationNotifier.h"
 
 #include "Indications/IndicationNotifierDelivery.h"
+#include "Indications/RemovalCause.h"
 #include "foundation/utilities/ORVNetUtil.h"
 
 #include <memory>
@@ -50,6 +51,10 @@ void CIndicationNotifier::detachManager() noexcept {
 
 CIndicationNotifier::Progress CIndicationNotifier::getProgress() const noexcept {
     return _delivery->getProgress();
+}
+
+const std::shared_ptr<velm::DeliveryRecords>& CIndicationNotifier::records() const noexcept {
+    return _delivery->records();
 }
 
 void CIndicationNotifier::execute() {
@@ -123,15 +128,15 @@ void CIndicationNotifier::CDelivery::run() {
 
 CIndicationNotifier::Progress CIndicationNotifier::CDelivery::getProgress() const noexcept {
     // The end is read first: a pass that begins in between shows as one that has not ended.
-    const std::uint64_t ended = _passesEnded.load();
-    return {_passesBegun.load(), ended, _inHand.load()};
+    const std::uint64_t ended = _records->passesEnded();
+    return {_records->passesBegun(), ended, _inHand.load()};
 }
 
 void CIndicationNotifier::CDelivery::_pass() {
-    ++_passesBegun;
+    _records->beginPass();
     const auto end = [](CDelivery* delivery) {
         delivery->_inHand = 0;
-        ++delivery->_passesEnded;
+        delivery->_records->endPass();
     };
     const std::unique_ptr<CDelivery, decltype(end)> guard(this, end);
     const SubscriberList subscribers = _getCurrentSubscribers();
@@ -167,6 +172,7 @@ void CIndicationNotifier::CDelivery::_removeSubscriber(const CSubscriber& subscr
                                                        bool informConnectionMonitor,
                                                        bool cleanupDeletedSubscribers) {
     _callManager([&](ISubscriberManager& manager) {
+        const velm::RemovalCause cause(velm::RemovalReason::deliveryFailed);
         manager.removeSubscriber(*subscriber.getSubscriberID(), informConnectionMonitor,
                                  cleanupDeletedSubscribers);
     });

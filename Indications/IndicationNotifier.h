@@ -7,6 +7,11 @@
 #include "foundation/utilities/ORVThread.h"
 
 #include <cstdint>
+#include <memory>
+
+namespace velm {
+class DeliveryRecords;
+}
 
 /// The one thread that sends queued indications to their subscribers, and the log of what it sent.
 ///
@@ -55,9 +60,13 @@ public:
     };
     Progress getProgress() const noexcept;
 
+    /// What the thread has done so far; shared with the manager, which keeps its own there.
+    const std::shared_ptr<velm::DeliveryRecords>& records() const noexcept;
+
     /// Switches the recording of deliveries in the indications log on or off, for all notifiers of this
     /// process, from the next delivery on. It starts switched off. Neither opens nor closes the file.
     static void logIndications(bool on);
+    static bool logsIndications();
 
     /// Writes a marker line into the indications log, if that is open.
     static void placeMarker();

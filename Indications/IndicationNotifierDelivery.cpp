@@ -1,5 +1,6 @@
 #include "Indications/IndicationNotifierDelivery.h"
 
+#include "Indications/FailureReason.h"
 #include "Indications/QueueLookahead.h"
 #include "foundation/cimxml/ORVCIMMessage.h"
 #include "foundation/http/ORVGenericHTTPIStream.h"
@@ -16,6 +17,8 @@
 #include <optional>
 #include <string>
 
+using velm::DeliveryFailure;
+using velm::DeliveryStage;
 using velm::logDeliveryLine;
 
 namespace {
@@ -71,6 +74,10 @@ ORVString nameOf(const ORVString& host, const ORVString& port) {
     return host + ":" + port;
 }
 
+std::string textOf(const char* what, const ORVString& detail) {
+    return std::string(what).append(detail.view());
+}
+
 /// Runs the handling of a failure to its end. A failure of the handling changes nothing about the first one,
 /// and nobody is left to tell.
 template <class Handling>
@@ -108,29 +115,71 @@ void logAnswerFailure(const ORVString& destination) {
     }
 }
 
-/// Whether the listener answered with a return value of 0; logs the error when it answered with one.
-bool isGoodAnswer(const ORVCIMMessage& message, const ORVString& host, const ORVString& port) {
+/// What was wrong with an answer that could not be judged. Requires: an exception is being handled.
+std::string textOfAnswerFailure() {
+    try {
+        throw;
+    } catch (const ORVNetException& exception) {
+        return textOf("gave no answer that can be read: ", exception.getMessage());
+    } catch (const ORVXMLError& error) {
+        return textOf("answered with what is no message: ", error.GetErrorMessage());
+    } catch (...) {
+        return "answered with what cannot be judged";
+    }
+}
+
+/// What is wrong with the answer, empty when the listener answered with a return value of 0; logs the error
+/// when it answered with one.
+std::string faultOfAnswer(const ORVCIMMessage& message, const ORVString& host, const ORVString& port) {
+    constexpr const char* noReturnValue = "answered without a return value";
     const auto simpleExpRsp = message.getSimpleExpRsp();
     if (simpleExpRsp.IsNull()) {
-        return false;
+        return noReturnValue;
     }
     const auto methodResponse = simpleExpRsp->getMethodResponse();
     if (methodResponse.IsNull()) {
-        return false;
+        return noReturnValue;
     }
     const auto returnValue = methodResponse->getReturnValue();
     if (!returnValue.IsNull()) {
-        return returnValue->getValue()->getSint32() == 0;
+        const auto value = returnValue->getValue()->getSint32();
+        return value == 0 ? std::string() : "answered with return value " + std::to_string(value);
     }
     const auto error = methodResponse->getError();
     if (!error.IsNull()) {
         logAnswer("An error was returned in the indication response from " + nameOf(host, port) + " - " +
                   error->getDescription());
+        return textOf("answered with an error: ", error->getDescription());
     }
-    return false;
+    return noReturnValue;
+}
+
+/// Takes note of a failure. Requires: an exception is being handled.
+void noteFailure(velm::DeliveryRecords& records, const CSubscriber& subscriber, DeliveryStage stage) {
+    velm::SubscriberRecord& record = *subscriber.record();
+    try {
+        throw;
+    } catch (const ORVNetException& exception) {
+        records.noteFailure(record, velm::failureReason(stage, exception.getCode()),
+                            exception.getMessage().view());
+    } catch (const OrvoBaseException& exception) {
+        records.noteFailure(record, DeliveryFailure::other,
+                            textOf("The indication cannot be sent: ", exception.getMessage()));
+    } catch (...) {
+        records.noteFailure(record, DeliveryFailure::other, "The indication cannot be sent");
+    }
 }
 
 }  // namespace
+
+void CIndicationNotifier::CDelivery::_noteDelivery(const CSubscriber& subscriber,
+                                                   const IOrvoIndication& indication,
+                                                   std::string_view fault) noexcept {
+    const auto now = velm::DeliveryRecords::Time::clock::now();
+    auto reported = now;
+    handleFailure([&] { reported = indication.getTime(); });
+    _records->noteDelivery(*subscriber.record(), reported, now, fault);
+}
 
 void CIndicationNotifier::CDelivery::_fireindications(ORVSmrPtr<CSubscriber>& subscriber,
                                                       IndicationList& indications) {
@@ -139,10 +188,11 @@ void CIndicationNotifier::CDelivery::_fireindications(ORVSmrPtr<CSubscriber>& su
     for (ORVValSlistIterator<ORVSmrPtr<IOrvoIndication>> iter(*indications); ++iter;) {
         lookahead.step();
         _inHand = waiting--;
-        if (_fire(subscriber, iter.key())) {
+        if (_fireOrNote(subscriber, iter.key(), waiting)) {
             continue;
         }
         if (waiting != 0) {
+            _records->noteDroppedBehind(*subscriber->record(), waiting);
             const auto id = subscriber->getSubscriberID();
             logDeliveryLine("CIndicationNotifier::_fireindications",
                             "Dropped " + ORVString(std::to_string(waiting)) + " indication(s) queued for " +
@@ -151,6 +201,18 @@ void CIndicationNotifier::CDelivery::_fireindications(ORVSmrPtr<CSubscriber>& su
                             OrvoTraceLog::SeverityDetail);
         }
         return;
+    }
+}
+
+bool CIndicationNotifier::CDelivery::_fireOrNote(ORVSmrPtr<CSubscriber>& subscriber,
+                                                 ORVSmrPtr<IOrvoIndication>& indication,
+                                                 std::uint64_t behind) {
+    try {
+        return _fire(subscriber, indication);
+    } catch (...) {
+        _records->noteFailure(*subscriber->record(), DeliveryFailure::other, "The subscriber has no address");
+        _records->noteDroppedBehind(*subscriber->record(), behind);
+        throw;
     }
 }
 
@@ -170,21 +232,25 @@ bool CIndicationNotifier::CDelivery::_fireNonPersistent(ORVSmrPtr<CSubscriber>& 
 
     bool isDelivered = false;
     bool isLocal = true;
+    DeliveryStage stage = DeliveryStage::connecting;
     // Outlives the handling of a failure: the connection is closed after the manager was told, not before.
     Exchange exchange;
     try {
         isLocal = _isLocalAddress(host, 0);
         exchange.open("http://" + nameOf(host, port), isLocal);
+        stage = DeliveryStage::sending;
         _requireResponseStream(exchange.response.get());
         exchange.response->getTransport().setReceiveTimeout(answerTimeout);
 
         _fireXMLHeader(exchange.request.get(), indication, false);
         _fireXML(exchange.request.get(), indication, localHost, localPort, false);
         _fireXMLTrailer(exchange.request.get(), indication, false);
-        _handleFireResponse(exchange.response.get(), host, port);
+        const std::string fault = _handleFireResponse(exchange.response.get(), host, port);
         isDelivered = true;
+        _noteDelivery(*subscriber, *indication, fault);
         _logIndication(host, port, indication);
     } catch (...) {
+        handleFailure([&] { noteFailure(*_records, *subscriber, stage); });
         handleFailure([&] {
             logFireFailure(nameOf(host, port),
                            "Caught an Unknown exception attemptingto stream an indication to ");
@@ -214,8 +280,10 @@ bool CIndicationNotifier::CDelivery::_firePersistent(ORVSmrPtr<CSubscriber>& sub
         _fireXML(out, indication, localHost, localPort, true);
         _fireXMLTrailer(out, indication, true);
         isDelivered = true;
+        _noteDelivery(*subscriber, *indication, {});
         _logIndication(host, port, indication);
     } catch (...) {
+        handleFailure([&] { noteFailure(*_records, *subscriber, DeliveryStage::onChannel); });
         handleFailure([&] {
             // Scripts that watch the log tell the two ways apart by the blank in this text.
             logFireFailure(nameOf(host, port),
@@ -257,17 +325,22 @@ void CIndicationNotifier::CDelivery::_fireXMLTrailer(std::ostream* out,
     dynamic_cast<ORVGenericHTTPOStream&>(*out).send();
 }
 
-void CIndicationNotifier::CDelivery::_handleFireResponse(std::istream* in, ORVString& host, ORVString& port) {
+std::string CIndicationNotifier::CDelivery::_handleFireResponse(std::istream* in, ORVString& host,
+                                                                ORVString& port) {
+    std::string fault;
     try {
         auto& stream = dynamic_cast<ORVGenericHTTPIStream&>(*in);
         ORVHTTPResponse().readResponseFrom(stream);
         const ORVCIMMessage message(stream, false, true);
-        if (!isGoodAnswer(message, host, port)) {
+        fault = faultOfAnswer(message, host, port);
+        if (!fault.empty()) {
             logAnswer("An improper method response was received from : " + nameOf(host, port));
         }
     } catch (...) {
         handleFailure([&] { logAnswerFailure(nameOf(host, port)); });
+        handleFailure([&] { fault = textOfAnswerFailure(); });
     }
+    return fault;
 }
 
 void CIndicationNotifier::CDelivery::_requireResponseStream(const std::istream* in) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Indications/DeliveryRecords.h"
 #include "Indications/IndicationNotifier.h"
 #include "foundation/containers/ORVValSlist.h"
 #include "foundation/handles/ORVSmrPtr.h"
@@ -17,8 +18,11 @@
 #include <ctime>
 #include <istream>
 #include <latch>
+#include <memory>
 #include <mutex>
 #include <ostream>
+#include <string>
+#include <string_view>
 #include <thread>
 
 /// All that the delivery thread uses: shared by the thread and its notifier, whichever lives longer.
@@ -48,6 +52,7 @@ public:
     void shutdown();
     void detachManager() noexcept;
     Progress getProgress() const noexcept;
+    const std::shared_ptr<velm::DeliveryRecords>& records() const noexcept { return _records; }
 
 protected:
     /// Sends what the current subscribers have queued. Throws what keeps it from going on.
@@ -71,9 +76,10 @@ protected:
                   ORVString& localPort, bool persistent);
     void _fireXMLTrailer(std::ostream* out, ORVSmrPtr<IOrvoIndication>& indication, bool persistent);
 
-    /// Reads the listener's answer and logs what is wrong with it. Throws nothing: an indication that was
-    /// sent counts as delivered whatever the listener made of it.
-    void _handleFireResponse(std::istream* in, ORVString& host, ORVString& port);
+    /// Reads the listener's answer, logs what is wrong with it, and answers the same for the records; empty
+    /// for a good answer. Throws nothing: an indication that was sent counts as delivered whatever the
+    /// listener made of it.
+    std::string _handleFireResponse(std::istream* in, ORVString& host, ORVString& port);
 
     /// Throws the fatal assertion when there is no stream to read an answer from.
     static void _requireResponseStream(const std::istream* in);
@@ -82,6 +88,12 @@ protected:
     void _logIndication(ORVString& host, ORVString& port, ORVSmrPtr<IOrvoIndication>& indication);
 
 private:
+    /// As _fire(). What that throws passes, with a note of the failure and of those `behind` the indication.
+    bool _fireOrNote(ORVSmrPtr<CSubscriber>& subscriber, ORVSmrPtr<IOrvoIndication>& indication,
+                     std::uint64_t behind);
+    void _noteDelivery(const CSubscriber& subscriber, const IOrvoIndication& indication,
+                       std::string_view fault) noexcept;
+
     /// The manager's list; a null handle when there is none, also once the manager is detached. Throws
     /// ORVNullPointerException when the notifier was given no manager.
     SubscriberList _getCurrentSubscribers();
@@ -107,9 +119,8 @@ private:
     bool _isInsideManager = false;
     std::thread::id _deliveryThread;
 
-    // Written by the delivery thread alone. A pass counts as begun before the first queue is taken.
-    std::atomic<std::uint64_t> _passesBegun{0};
-    std::atomic<std::uint64_t> _passesEnded{0};
+    const std::shared_ptr<velm::DeliveryRecords> _records = std::make_shared<velm::DeliveryRecords>();
+    /// Written by the delivery thread alone.
     std::atomic<std::uint64_t> _inHand{0};
 
     ORVSemaphore _shutdownSemaphore{0};

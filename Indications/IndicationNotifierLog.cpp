@@ -77,6 +77,10 @@ void CIndicationNotifier::logIndications(bool on) {
     indicationsLog().logIndications = on;
 }
 
+bool CIndicationNotifier::logsIndications() {
+    return indicationsLog().logIndications;
+}
+
 ORVString CIndicationNotifier::getIndicationsLogFileName() {
     ORVString directory = ".";
     VELMConfigManager::getInstance()->getString("Log", "LogDir", directory);

@@ -6,11 +6,13 @@
 #include "foundation/subscribers/CSubscriberID.h"
 #include "foundation/subscribers/CSubscriberNetworkConnection.h"
 #include "foundation/subscribers/IndicationQueue.h"
+#include "foundation/subscribers/SubscriberRecord.h"
 
 #include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 
 namespace velm {
 
@@ -72,11 +74,18 @@ public:
     /// Indications dropped because the queue was full.
     std::uint64_t getDroppedCount() const noexcept { return _droppedCount.load(std::memory_order_relaxed); }
 
+    /// What became of the indications for this subscriber. Kept for as long as somebody shares it.
+    const std::shared_ptr<velm::SubscriberRecord>& record() const noexcept { return _record; }
+
+    /// The subscriber is removed: answers how many indications wait, which go with it unless somebody still
+    /// takes them. Those are noted in the record then.
+    std::size_t abandonQueue() noexcept;
+
 private:
     /// Empties the queue into `taken`, with the number dropped before, unless it holds more than `most`.
     bool _takeUpTo(std::size_t most, velm::IndicationQueue& taken, std::uint64_t& dropped) noexcept;
-    void _logDropping() const;
-    void _logEndOfBurst(std::uint64_t dropped) const;
+    void _tellDropping() const;
+    void _tellEndOfBurst(std::uint64_t dropped) const;
 
     // All that notify() touches, on the line on which the object begins.
     /// Held for no longer than it takes to add an indication or to take the queue over.
@@ -89,6 +98,7 @@ private:
 
     std::atomic<std::uint64_t> _droppedCount{0};
     std::uint64_t _droppedInBurst = 0;
+    bool _isAbandoned = false;
 
     const ORVSmrPtr<CSubscriberID> _subscriberID;
     /// What the handle holds.
@@ -98,6 +108,8 @@ private:
     const ORVSmrPtr<CSubscriberNetworkConnection> _connection;
     const Clock _clock;
     const std::chrono::seconds _timeout;
+
+    const std::shared_ptr<velm::SubscriberRecord> _record;
 
     std::atomic<bool> _canExpire;
     std::atomic<std::chrono::steady_clock::rep> _lastSign;

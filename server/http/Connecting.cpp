@@ -9,6 +9,7 @@
 #include <charconv>
 #include <cstdint>
 #include <future>
+#include <netdb.h>
 #include <poll.h>
 #include <string_view>
 #include <sys/socket.h>
@@ -74,6 +75,11 @@ LookUp lookUp(const std::string& host, std::uint16_t port) {
     return result;
 }
 
+/// What the resolver says is no errno: it is negative, as from getaddrinfo(3).
+int codeOf(const error_code& error) {
+    return error.category() == boost::system::system_category() ? error.value() : EAI_NONAME;
+}
+
 /// The system's resolver cannot be interrupted, so a thread of its own asks it and is left behind when it is
 /// late.
 Endpoints resolveName(const Attempt& attempt, std::uint16_t port) {
@@ -89,7 +95,7 @@ Endpoints resolveName(const Attempt& attempt, std::uint16_t port) {
     }
     LookUp result = future.get();
     if (result.error) {
-        attempt.fail(result.error.message(), result.error.value());
+        attempt.fail(result.error.message(), codeOf(result.error));
     }
     return std::move(result.endpoints);
 }

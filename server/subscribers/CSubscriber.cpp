@@ -22,6 +22,10 @@ void logDropping(const char* component, const std::string& message) {
                 OrvoTraceLog::VerbosityNormal, 0, ORVLog::CIMOMLOG);
 }
 
+velm::SubscriberRecord::Time now() {
+    return velm::SubscriberRecord::Time::clock::now();
+}
+
 /// For counters that are written under a lock and read without.
 void increment(std::atomic<std::uint64_t>& counter) {
     counter.store(counter.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
@@ -57,6 +61,7 @@ CSubscriber::CSubscriber(ORVSmrPtr<CSubscriberID> subscriberID, const ORVString&
       _connection(connection),
       _clock(clock),
       _timeout(velm::subscriberSetting("SubscriberTimeout", defaultTimeout)),
+      _record(std::make_shared<velm::SubscriberRecord>(now())),
       _canExpire(!connection.IsNull()),
       _lastSign(clock().time_since_epoch().count()) {
 }
@@ -78,7 +83,7 @@ void CSubscriber::notify(ORVSmrPtr<IOrvoIndication> indication) {
         }
     }
     if (isFirstDrop) {
-        _logDropping();
+        _tellDropping();
     }
 }
 
@@ -97,7 +102,7 @@ CSubscriber::IndicationList CSubscriber::getIndications() {
     }
     fill(*indications, taken);
     if (dropped != 0) {
-        _logEndOfBurst(dropped);
+        _tellEndOfBurst(dropped);
     }
     return indications->isEmpty() ? IndicationList::none() : indications;
 }
@@ -107,22 +112,33 @@ bool CSubscriber::_takeUpTo(std::size_t most, velm::IndicationQueue& taken, std:
     if (_queue.size() > most) {
         return false;
     }
+    if (_isAbandoned) {
+        _record->noteTakenLate(_queue.size());
+    }
     taken.swap(_queue);
     dropped = std::exchange(_droppedInBurst, 0);
     _hasQueued.store(false, std::memory_order_relaxed);
     return true;
 }
 
-void CSubscriber::_logDropping() const {
+std::size_t CSubscriber::abandonQueue() noexcept {
+    const velm::SpinGuard lock(_queueLock);
+    _isAbandoned = true;
+    return _queue.size();
+}
+
+void CSubscriber::_tellDropping() const {
     logDropping("CSubscriber::notify",
                 fmt::format("The queue of the subscriber '{}' is full ({} indications), dropping the oldest.",
                             _subscriberID->toString().view(), _maxQueued));
+    _record->noteQueueFull(now());
 }
 
-void CSubscriber::_logEndOfBurst(std::uint64_t dropped) const {
+void CSubscriber::_tellEndOfBurst(std::uint64_t dropped) const {
     logDropping("CSubscriber::getIndications",
                 fmt::format("The queue of the subscriber '{}' is empty again, indications dropped: {}.",
                             _subscriberID->toString().view(), dropped));
+    _record->noteDropped(velm::DropRule::queueFull, dropped, _record->lastDropSince(), now());
 }
 
 std::size_t CSubscriber::getWaitingCount() {
@@ -131,6 +147,7 @@ std::size_t CSubscriber::getWaitingCount() {
 }
 
 void CSubscriber::updateTimeStamp() {
+    _record->noteHeartbeat(now());
     _lastSign.store(_clock().time_since_epoch().count(), std::memory_order_relaxed);
     // After the time: whoever sees that the subscriber can expire sees its first heartbeat too.
     _canExpire.store(true, std::memory_order_release);

@@ -1,5 +1,7 @@
 #include "velmd/providers/GatedProvider.h"
 
+#include "velmd/providers/ProviderException.h"
+
 namespace velm {
 
 GatedProvider::GatedProvider(IProvider& provider, const ORVSmrPtr<IOrvoSubscriber>& gate)
@@ -8,12 +10,26 @@ GatedProvider::GatedProvider(IProvider& provider, const ORVSmrPtr<IOrvoSubscribe
 
 GatedProvider::~GatedProvider() = default;
 
+template <class Call>
+auto GatedProvider::_counted(const char* operation, Call call) {
+    ++_calls;
+    try {
+        return call();
+    } catch (...) {
+        ++_failedCalls;
+        _failures.note(std::string(operation) + ": " + currentExceptionText());
+        throw;
+    }
+}
+
 ORVSmrPtr<IOrvoValue> GatedProvider::registerObserver(ORVSmrPtr<IOrvoInstanceName> instanceName,
                                                       ORVSmrPtr<IOrvoSubscriber> /*observer*/,
                                                       IOrvoIndication::IndicationType type,
                                                       ORVSmrPtr<IOrvoSubscriptionFilter> filter,
                                                       ORVSmrPtr<IOrvoTransaction> transaction) {
-    return _provider.registerObserver(instanceName, _gate, type, filter, transaction);
+    return _counted("registerObserver", [&] {
+        return _provider.registerObserver(instanceName, _gate, type, filter, transaction);
+    });
 }
 
 ORVSmrPtr<IOrvoValue> GatedProvider::deregisterObserver(ORVSmrPtr<IOrvoInstanceName> instanceName,
@@ -21,23 +37,27 @@ ORVSmrPtr<IOrvoValue> GatedProvider::deregisterObserver(ORVSmrPtr<IOrvoInstanceN
                                                         IOrvoIndication::IndicationType type,
                                                         ORVSmrPtr<IOrvoSubscriptionFilter> filter,
                                                         ORVSmrPtr<IOrvoTransaction> transaction) {
-    return _provider.deregisterObserver(instanceName, _gate, type, filter, transaction);
+    return _counted("deregisterObserver", [&] {
+        return _provider.deregisterObserver(instanceName, _gate, type, filter, transaction);
+    });
 }
 
 ORVSmrPtr<IOrvoObject> GatedProvider::getInstance(const ORVString& nameSpace,
                                                   ORVSmrPtr<IOrvoInstanceName> instanceName,
                                                   ORVSmrPtr<IOrvoTransaction> transaction) {
-    return _provider.getInstance(nameSpace, instanceName, transaction);
+    return _counted("getInstance",
+                    [&] { return _provider.getInstance(nameSpace, instanceName, transaction); });
 }
 
 ORVSmrPtr<ORVValSlist<ORVString>> GatedProvider::getClassNames() {
-    return _provider.getClassNames();
+    return _counted("getClassNames", [&] { return _provider.getClassNames(); });
 }
 
 IProvider::InstanceNames GatedProvider::enumerateInstanceNames(const ORVString& nameSpace,
                                                                const ORVString& className,
                                                                ORVSmrPtr<IOrvoTransaction> transaction) {
-    return _provider.enumerateInstanceNames(nameSpace, className, transaction);
+    return _counted("enumerateInstanceNames",
+                    [&] { return _provider.enumerateInstanceNames(nameSpace, className, transaction); });
 }
 
 }  // namespace velm

@@ -45,6 +45,8 @@ public:
     /// To be called in its place.
     IProvider& provider() noexcept { return _gated; }
     ReportGate& gate() noexcept { return *_gate; }
+    /// What was called in the provider so far.
+    const GatedProvider& calls() const noexcept { return _gated; }
 
 private:
     struct CloseGate {

@@ -42,6 +42,9 @@ bool ReportGate::_pass(const ORVSmrPtr<IOrvoIndication>& indication) {
 
 void ReportGate::_refuse(ReportFault fault, const std::string& text) {
     const std::uint64_t count = ++_refused[static_cast<std::size_t>(fault)];
+    if (fault != ReportFault::closed) {
+        _refusals.note("a report was refused: " + text);
+    }
     if (fault != ReportFault::closed && std::has_single_bit(count)) {
         ORVLog::log("ReportGate",
                     ORVString(fmt::format("Refused {} report(s) of provider {}: {}", count,

@@ -2,6 +2,7 @@
 
 #include "foundation/object_model/IOrvoSubscriber.h"
 #include "foundation/utilities/ORVReaderWriterLock.h"
+#include "velmd/providers/FailureRecord.h"
 #include "velmd/providers/ReportCheck.h"
 
 #include <array>
@@ -43,6 +44,8 @@ public:
     void close();
 
     Counts counts() const;
+    /// What the last refused report was refused for. Reports that come after close() are not among them.
+    const FailureRecord& refusals() const noexcept { return _refusals; }
 
 private:
     bool _pass(const ORVSmrPtr<IOrvoIndication>& indication);
@@ -53,6 +56,8 @@ private:
 
     std::atomic<std::uint64_t> _passed{0};
     std::array<std::atomic<std::uint64_t>, reportFaultCount> _refused{};
+
+    FailureRecord _refusals;
 
     ORVReaderWriterLock _lock;
     /// Null once the gate is closed. Guarded by _lock.

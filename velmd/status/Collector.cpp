@@ -1,6 +1,7 @@
 #include "velmd/status/Collector.h"
 
 #include "Indications/IndicationNotifier.h"
+#include "velmd/status/Describe.h"
 
 #include <utility>
 
@@ -12,18 +13,14 @@ std::string textOf(const ORVString& text) {
     return std::string(text.view());
 }
 
-Subscriber describe(CSubscriber& subscriber) {
-    Subscriber description;
-    if (const CSubscriberID* id = subscriber.identity()) {
-        description.host = textOf(id->getHostName());
-        description.port = textOf(id->getPortNumber());
-        description.session = std::to_string(id->getSessionID());
+template <class Described, class Element>
+std::vector<Described> describeAll(const std::vector<Element>& elements) {
+    std::vector<Described> described;
+    described.reserve(elements.size());
+    for (const Element& element : elements) {
+        described.push_back(describe(element));
     }
-    description.isChannel = !subscriber.getNetworkConnection().IsNull();
-    description.waiting = subscriber.getWaitingCount();
-    description.queued = subscriber.getQueuedCount();
-    description.dropped = subscriber.getDroppedCount();
-    return description;
+    return described;
 }
 
 }  // namespace
@@ -44,32 +41,27 @@ ServerStatus Collector::collect() const {
     status.classes = _parts.classes();
     status.connections = _parts.connections();
     status.requestsUnderWay = _parts.requestsUnderWay();
+    status.logsIndications = CIndicationNotifier::logsIndications();
     status.indicationsLog = textOf(CIndicationNotifier::getIndicationsLogFileName());
     status.operations = _parts.operations();
     status.providers = _parts.providers();
-    _addSubscribers(status);
+    _addIndications(status);
     status.rateStep = RateHistory::step;
     status.rates = _rates.rates();
     return status;
 }
 
-void Collector::_addSubscribers(ServerStatus& status) const {
-    const auto subscribers = _parts.manager.getCurrentSubscribers();
-    if (subscribers.IsNull()) {
-        return;
-    }
-    for (const auto& subscriber : *subscribers) {
-        status.subscribers.push_back(describe(*subscriber));
-        status.counters.queued += status.subscribers.back().queued;
-        status.counters.dropped["queue full"] += status.subscribers.back().dropped;
-    }
+void Collector::_addIndications(ServerStatus& status) const {
+    const IndicationStatus indications = _parts.manager.getStatus();
+    status.counters = describe(indications.counters);
+    status.latency = describe(indications.counters.latency);
+    status.subscribers = describeAll<Subscriber>(indications.subscribers);
+    status.removed = describeAll<RemovedSubscriber>(indications.removed);
 }
 
 void Collector::sampleRates(RateHistory::Clock::time_point now) {
     if (_rates.isDue(now)) {
-        ServerStatus status;
-        _addSubscribers(status);
-        _rates.add(status.counters, now);
+        _rates.add(describe(_parts.manager.getCounters()), now);
     }
 }
 

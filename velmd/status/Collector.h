@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Indications/IIndicationManager.h"
+#include "Indications/IndicationManager.h"
 #include "velmd/status/RateHistory.h"
 #include "velmd/status/ServerStatus.h"
 
@@ -19,7 +19,7 @@ class Collector {
 public:
     /// Where the answers come from. Called on the thread that collects.
     struct Parts {
-        IIndicationManager& manager;
+        CIndicationManager& manager;
         std::function<std::uint64_t()> classes;
         std::function<std::uint64_t()> connections;
         std::function<std::uint64_t()> requestsUnderWay;
@@ -40,7 +40,7 @@ public:
     void sampleRates(RateHistory::Clock::time_point now);
 
 private:
-    void _addSubscribers(ServerStatus& status) const;
+    void _addIndications(ServerStatus& status) const;
 
     const Parts _parts;
     const Time _started;

@@ -1,10 +1,38 @@
 #include "velmd/status/Describe.h"
 
+#include <array>
+#include <map>
 #include <numeric>
+#include <optional>
+#include <utility>
 
 namespace velm::status {
 
 namespace {
+
+/// Either kind of record.
+template <class Note>
+std::optional<Failure> failureOf(const std::optional<Note>& note) {
+    if (!note) {
+        return std::nullopt;
+    }
+    return Failure{note->text, note->since, note->last, note->count};
+}
+
+std::optional<Failure> later(std::optional<Failure> one, std::optional<Failure> other) {
+    const bool takesOther = !one || (other && other->last > one->last);
+    return takesOther ? std::move(other) : std::move(one);
+}
+
+template <std::size_t size>
+std::map<std::string, std::uint64_t> byName(const std::array<const char*, size>& names,
+                                            const std::array<std::uint64_t, size>& counts) {
+    std::map<std::string, std::uint64_t> named;
+    for (std::size_t index = 0; index < size; ++index) {
+        named[names[index]] = counts[index];
+    }
+    return named;
+}
 
 Provider describeOne(LoadedProvider& loaded) {
     Provider provider;
@@ -14,6 +42,10 @@ Provider describeOne(LoadedProvider& loaded) {
     const ReportGate::Counts reports = loaded.gate().counts();
     provider.refused = std::accumulate(reports.refused.begin(), reports.refused.end(), std::uint64_t{0});
     provider.reported = reports.passed + provider.refused;
+    provider.calls = loaded.calls().calls();
+    provider.failedCalls = loaded.calls().failedCalls();
+    provider.lastFailure =
+        later(failureOf(loaded.calls().failures().last()), failureOf(loaded.gate().refusals().last()));
     return provider;
 }
 
@@ -35,6 +67,72 @@ std::vector<Provider> describe(const ProviderFolder& providers) {
     for (const auto& loaded : providers.providers()) {
         described.push_back(describeOne(*loaded));
     }
+    return described;
+}
+
+Counters describe(const IndicationCounters& counters) {
+    Counters described;
+    described.reported = counters.reported;
+    described.matched = counters.matched;
+    described.queued = counters.queued;
+    described.delivered = counters.delivered;
+    described.improperAnswers = counters.improperAnswers;
+    described.failed = byName(deliveryFailureNames, counters.failed);
+    described.dropped = byName(dropRuleNames, counters.dropped);
+    described.removed = byName(removalReasonNames, counters.removed);
+    described.providerCalls = counters.providerCalls;
+    described.failedProviderCalls = counters.failedProviderCalls;
+    return described;
+}
+
+Latency describe(const DeliveryLatency& latency) {
+    Latency described;
+    for (const std::chrono::duration<double> bound : DeliveryLatency::bounds) {
+        described.bounds.push_back(bound.count());
+    }
+    described.counts.assign(latency.counts.begin(), latency.counts.end() - 1);
+    described.beyond = latency.counts.back();
+    described.sum = std::chrono::duration<double>(latency.sum).count();
+    return described;
+}
+
+Subscriber describe(const SubscriberStatus& subscriber) {
+    const SubscriberRecord::Figures& figures = subscriber.figures;
+    Subscriber described;
+    described.host = subscriber.host;
+    described.port = subscriber.port;
+    described.session = std::to_string(subscriber.session);
+    described.isChannel = subscriber.isChannel;
+    described.since = figures.since;
+    described.subscriptions = figures.subscriptions;
+    described.waiting = subscriber.waiting;
+    described.queued = subscriber.queued;
+    described.delivered = figures.delivered;
+    described.failed = figures.failed;
+    described.dropped = subscriber.dropped;
+    described.lastDelivery = figures.lastDelivery;
+    described.lastHeartbeat = figures.lastHeartbeat;
+    described.lastFailure = failureOf(figures.lastFailure);
+    described.isFailing = figures.isFailing;
+    described.lastDrop = failureOf(figures.lastDrop);
+    described.improperAnswers = figures.improperAnswers;
+    described.lastImproperAnswer = failureOf(figures.lastImproperAnswer);
+    return described;
+}
+
+RemovedSubscriber describe(const RemovedSubscriberStatus& removed) {
+    const SubscriberStatus& subscriber = removed.subscriber;
+    RemovedSubscriber described;
+    described.host = subscriber.host;
+    described.port = subscriber.port;
+    described.session = std::to_string(subscriber.session);
+    described.isChannel = subscriber.isChannel;
+    described.when = removed.when;
+    described.reason = removalReasonNames[numberOf(removed.reason)];
+    described.delivered = subscriber.figures.delivered;
+    described.failed = subscriber.figures.failed;
+    described.dropped = subscriber.dropped;
+    described.lastFailure = failureOf(subscriber.figures.lastFailure);
     return described;
 }
 

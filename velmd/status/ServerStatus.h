@@ -33,6 +33,7 @@ struct Subscriber {
     /// It keeps a connection open; otherwise it listens on its port.
     bool isChannel = false;
     Time since;
+    /// Made and not taken back; those to instances that are gone since are among them.
     std::uint64_t subscriptions = 0;
     std::uint64_t waiting = 0;
     std::uint64_t queued = 0;
@@ -58,7 +59,7 @@ struct RemovedSubscriber {
     std::string session;
     bool isChannel = false;
     Time when;
-    /// "delivery failed", "expired", "channel replaced", "unsubscribed".
+    /// "delivery failed", "expired", "channel closed", "channel replaced" and so on.
     std::string reason;
     std::uint64_t delivered = 0;
     std::uint64_t failed = 0;

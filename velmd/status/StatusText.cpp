@@ -7,6 +7,23 @@
 
 namespace velm::status {
 
+namespace {
+
+template <class Condition>
+std::string replaced(std::string_view text, Condition isBad) {
+    constexpr std::string_view replacement = "\xEF\xBF\xBD";
+    std::string result;
+    result.reserve(text.size());
+    for (std::size_t position = 0; position < text.size();) {
+        const Utf8Character character = utf8At(text, position);
+        result += isBad(character) ? replacement : text.substr(position, character.length);
+        position += character.length;
+    }
+    return result;
+}
+
+}  // namespace
+
 std::string utcText(Time time) {
     const auto seconds = std::chrono::floor<std::chrono::seconds>(time);
     const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(time - seconds);
@@ -15,15 +32,13 @@ std::string utcText(Time time) {
 }
 
 std::string wellFormed(std::string_view text) {
-    constexpr std::string_view replacement = "\xEF\xBF\xBD";
-    std::string result;
-    result.reserve(text.size());
-    for (std::size_t position = 0; position < text.size();) {
-        const Utf8Character character = utf8At(text, position);
-        result += character.isValid ? text.substr(position, character.length) : replacement;
-        position += character.length;
-    }
-    return result;
+    return replaced(text, [](const Utf8Character& character) { return !character.isValid; });
+}
+
+std::string printable(std::string_view text) {
+    return replaced(text, [](const Utf8Character& character) {
+        return !character.isValid || character.value < U' ' || character.value == U'\x7F';
+    });
 }
 
 }  // namespace velm::status

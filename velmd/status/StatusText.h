@@ -14,4 +14,7 @@ std::string utcText(Time time);
 /// documents must be well-formed whatever they chose.
 std::string wellFormed(std::string_view text);
 
+/// The same with U+FFFD in place of control characters, too.
+std::string printable(std::string_view text);
+
 }  // namespace velm::status
