@@ -40,6 +40,8 @@ TEST(CommandLine, SuggestsTheNearestWord) {
         {{"--sever", "x", "classes"}, "did you mean '--server'?"},
         {{"listen", "-e", "chnage"}, "did you mean 'Change'?"},
         {{"completion", "bsh"}, "did you mean 'bash'?"},
+        {{"stauts"}, "did you mean 'status'?"},
+        {{"status", "--wacht"}, "did you mean '--watch'?"},
     };
     for (const auto& [words, told] : cases) {
         const ProgramResult result = runVelmctl(words);
@@ -57,7 +59,7 @@ TEST(CommandLine, SuggestsNothing_WhenNothingIsNear) {
 }
 
 TEST(CommandLine, TellsWhatIsMissing) {
-    EXPECT_THAT(runVelmctl({}).output, HasSubstr("no command was given; there are listen, channel,"));
+    EXPECT_THAT(runVelmctl({}).output, HasSubstr("no command was given; there are status, listen, channel,"));
     EXPECT_THAT(runVelmctl({"instances"}).output, HasSubstr("CLASS is required"));
     EXPECT_THAT(runVelmctl({"subscribe", "CIM_DataFile"}).output, HasSubstr("--to is required"));
     EXPECT_THAT(runVelmctl({"listen", "-e", "addition"}).output, HasSubstr("need --end-one and --end-two"));
@@ -67,8 +69,9 @@ TEST(CommandLine, TellsWhatIsMissing) {
 TEST(CommandLine, HelpsWithEveryCommand) {
     const ProgramResult help = runVelmctl({"--help"});
     EXPECT_EQ(help.exitCode, 0);
-    for (const char* command : {"listen", "channel", "subscribe", "unsubscribe", "emit", "ping-listener",
-                                "classes", "instances", "completion"}) {
+    for (const char* command :
+         {"status", "listen", "channel", "subscribe", "unsubscribe", "emit", "ping-listener", "classes",
+          "instances", "import", "dump", "log", "completion"}) {
         EXPECT_THAT(help.output, HasSubstr(command));
         const ProgramResult result = runVelmctl({command, "--help"});
         EXPECT_EQ(result.exitCode, 0);
@@ -85,6 +88,9 @@ TEST(Completion, IsGoodBash) {
     EXPECT_EQ(complete("velmctl listen --hea"), "--heartbeat\n");
     EXPECT_EQ(complete("velmctl listen -e Cr"), "Creation\n");
     EXPECT_EQ(complete("velmctl listen --port ''"), "\n");
+    EXPECT_EQ(complete("velmctl log ta"), "tail\n");
+    EXPECT_THAT(complete("velmctl import /etc/pass"), HasSubstr("/etc/passwd"));
+    EXPECT_EQ(complete("velmctl import --rep"), "--replace\n");
     EXPECT_EQ(complete("velmctl --server 127.0.0.1 cl"), "classes\n");
     EXPECT_THAT(complete("velmctl ''"), AllOf(HasSubstr("subscribe"), HasSubstr("completion")));
 }

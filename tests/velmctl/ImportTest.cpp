@@ -158,10 +158,8 @@ TEST_F(Import, SaysHowFarItGot_WhenTheDaemonGoes) {
 }
 
 TEST_F(Import, LoadsALargeSchema) {
-    const auto schema = sharedFile("data/cim_schema.xml");
-    if (schema.empty()) {
-        GTEST_SKIP() << "there is no data/cim_schema.xml in the shared folder";
-    }
+    const auto schema = realSchema();
+    VELM_SKIP_WITHOUT(schema);
     const ProgramResult result = import({schema, "--json"});
     EXPECT_EQ(result.exitCode, 0);
     const auto summary = summaryOf(result);

@@ -68,8 +68,8 @@ LocalConnection::Response FaceClient::_get(const std::string& target) const {
 FaceClient::LogPart FaceClient::_log(const std::string& target) const {
     LocalConnection::Response response = _get(target);
     LogPart part;
-    part.begin = numberIn(response, "Velm-Log-From", _server);
-    part.size = numberIn(response, "Velm-Log-Size", _server);
+    part.begin = numberIn(response, "X-Log-From", _server);
+    part.size = numberIn(response, "X-Log-Size", _server);
     part.text = std::move(response.body);
     return part;
 }
@@ -78,8 +78,8 @@ FaceClient::LogPart FaceClient::logFrom(std::uint64_t begin) const {
     return _log(fmt::format("/log?from={}", begin));
 }
 
-FaceClient::LogPart FaceClient::logEnd() const {
-    return _log("/log");
+FaceClient::LogPart FaceClient::logEnd(std::uint64_t bytes) const {
+    return _log(fmt::format("/log?from=-{}", bytes));
 }
 
 }  // namespace velm

@@ -38,8 +38,8 @@ public:
     /// What stands from this byte on, not necessarily to the end; a log that is shorter now from its start
     /// on.
     LogPart logFrom(std::uint64_t begin) const;
-    /// Its last lines, as many as the server thinks fit.
-    LogPart logEnd() const;
+    /// Its last bytes, so many where there are.
+    LogPart logEnd(std::uint64_t bytes) const;
 
 private:
     LocalConnection::Response _get(const std::string& target) const;

@@ -25,6 +25,8 @@ struct CommandWords {
     std::vector<OptionWords> options;
     /// What the first positional argument may be.
     std::vector<std::string> choices;
+    /// The positional arguments are files.
+    bool takesFiles = false;
 };
 
 /// The words of a validator that has a set of them: they stand in braces in the type's name.
@@ -53,12 +55,13 @@ OptionWords wordsOf(const CLI::Option& option) {
 }
 
 CommandWords wordsOf(const CLI::App& app) {
-    CommandWords words{app.get_name(), app.get_description(), {}, {}};
+    CommandWords words{app.get_name(), app.get_description(), {}, {}, false};
     for (const CLI::Option* option : app.get_options()) {
         if (!option->get_positional()) {
             words.options.push_back(wordsOf(*option));
         } else if (words.choices.empty()) {
             words.choices = choicesOf(*option);
+            words.takesFiles = option->get_single_name() == "FILE";
         }
     }
     return words;
@@ -136,9 +139,11 @@ std::string zshBranch(const CommandWords& command) {
     for (const OptionWords& option : command.options) {
         branch += zshOption(option);
     }
-    branch += command.choices.empty()
-                  ? " \\\n                '*: :'"
-                  : fmt::format(" \\\n                '1: :({})' '*: :'", fmt::join(command.choices, " "));
+    if (command.choices.empty()) {
+        branch += fmt::format(" \\\n                '*: :{}'", command.takesFiles ? "_files" : "");
+    } else {
+        branch += fmt::format(" \\\n                '1: :({})' '*: :'", fmt::join(command.choices, " "));
+    }
     return branch + " ;;\n";
 }
 
@@ -152,14 +157,15 @@ std::string bashCompletion(const CLI::App& program) {
     for (const CommandWords& command : commands) {
         names.push_back(command.name);
         values += bashValues(command);
-        branches += fmt::format("        '{}') words='{}' options='{}' ;;\n", command.name,
-                                fmt::join(command.choices, " "), fmt::join(optionNames(command), " "));
+        branches += fmt::format("        '{}') words='{}' options='{}'{} ;;\n", command.name,
+                                fmt::join(command.choices, " "), fmt::join(optionNames(command), " "),
+                                command.takesFiles ? " isFile=1" : "");
     }
     const std::string& name = program.get_name();
     return fmt::format(R"(# Completes {0} in bash: source <({0} completion bash)
 _{0}() {{
     local current=${{COMP_WORDS[COMP_CWORD]}} previous=${{COMP_WORDS[COMP_CWORD-1]}}
-    local command='' words='' options='' isValue='' word
+    local command='' words='' options='' isValue='' isFile='' word
     for word in "${{COMP_WORDS[@]:1:COMP_CWORD-1}}"; do
         case $word in
             {1}) command=$word; break ;;
@@ -173,7 +179,12 @@ _{0}() {{
         esac
         [[ $current == -* ]] && words=$options
     fi
-    COMPREPLY=($(compgen -W "$words" -- "$current"))
+    if [[ -n $isFile && $current != -* ]]; then
+        compopt -o filenames 2>/dev/null
+        COMPREPLY=($(compgen -f -- "$current"))
+    else
+        COMPREPLY=($(compgen -W "$words" -- "$current"))
+    fi
 }}
 complete -F _{0} {0}
 )",

@@ -93,6 +93,11 @@ DiagnosticTables::Subscription subscriptionOf(const Cells& cells) {
     return row;
 }
 
+std::string_view withoutEnd(std::string_view table) {
+    table.remove_suffix(table.ends_with(tableEnd) ? tableEnd.size() : 0);
+    return table;
+}
+
 std::vector<DiagnosticTables::Subscription> readSubscriptions(std::string_view table) {
     std::vector<DiagnosticTables::Subscription> rows;
     std::string open;
@@ -106,6 +111,13 @@ std::vector<DiagnosticTables::Subscription> readSubscriptions(std::string_view t
         }
     }
     return rows;
+}
+
+/// A class, and behind a colon or at once a blank and the keys.
+std::string endOf(std::string_view text) {
+    const std::string_view className = text.substr(0, text.find_first_of(": "));
+    const std::string_view keys = text.substr(std::min(text.size(), text.find(' ', className.size())));
+    return keys.empty() ? std::string(className) : std::string(className) + "." + unspaced(keys);
 }
 
 /// Goes through the rows of the second table.
@@ -149,11 +161,7 @@ private:
 
     void _amend(std::string Relationship::*end, std::string_view text) {
         for (std::size_t index = _begin; index < rows.size(); ++index) {
-            const auto colon = text.find(": ");
-            const auto keys = colon == std::string_view::npos ? text.find(' ') : colon + 1;
-            rows[index].*end = keys == std::string_view::npos
-                                   ? std::string(text)
-                                   : std::string(text.substr(0, keys)) + unspaced(text.substr(keys));
+            rows[index].*end = endOf(text);
         }
     }
 
@@ -170,8 +178,8 @@ DiagnosticTables DiagnosticTables::read(std::string_view html) {
     const auto first = html.find(firstTable);
     const auto second = html.find(secondTable, first == std::string_view::npos ? 0 : first);
     if (first != std::string_view::npos) {
-        tables.subscriptions =
-            readSubscriptions(html.substr(first + firstTable.size(), second - first - firstTable.size()));
+        const std::size_t begin = first + firstTable.size();
+        tables.subscriptions = readSubscriptions(withoutEnd(html.substr(begin, second - begin)));
     }
     if (second == std::string_view::npos) {
         return tables;

@@ -16,11 +16,11 @@ namespace {
 using Relationship = DiagnosticTables::Relationship;
 using Subscription = DiagnosticTables::Subscription;
 
-/// Filters that say something: the others have no subscription behind them.
+/// Those with a subscription, or with properties, behind them.
 std::string filterText(const Subscription& row) {
     std::vector<std::string> used;
     for (const std::string& filter : row.filters) {
-        if (!filter.ends_with(" R: 0")) {
+        if (!filter.ends_with(": NULL R: 0")) {
             used.push_back(printable(filter));
         }
     }

@@ -18,8 +18,6 @@ namespace velm {
 
 namespace {
 
-using Kind = ClientError::Kind;
-
 constexpr std::chrono::milliseconds interval{500};
 
 /// Where the log is and whether it is written; nothing from a server that does not tell.
@@ -63,8 +61,7 @@ public:
 
 private:
     void _noteAbsence(const ClientError& error) {
-        // While it is cleared there is no file for a moment.
-        if (error.kind() != Kind::unknownPage && !std::exchange(_isGone, true)) {
+        if (!std::exchange(_isGone, true)) {
             _output.notice(fmt::format("The daemon is gone: {}. Waiting for it to come back; Ctrl-C ends.",
                                        error.what()));
         }

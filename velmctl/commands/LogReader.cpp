@@ -6,6 +6,7 @@ namespace velm {
 
 namespace {
 
+constexpr std::uint64_t usualPart = 64 * 1024;
 /// As much as a server sends at once.
 constexpr std::uint64_t longestPart = 1024 * 1024;
 
@@ -22,16 +23,20 @@ std::vector<std::string> linesOf(std::string_view text) {
 }  // namespace
 
 std::vector<std::string> LogReader::last(std::size_t count) {
-    FaceClient::LogPart part = _client.logEnd();
-    std::vector<std::string> lines = linesOf(part.text);
-    if (lines.size() < count && part.begin > 0) {
-        part = _client.logFrom(part.size - std::min(part.size, longestPart));
+    std::vector<std::string> lines;
+    for (const std::uint64_t size : {usualPart, longestPart}) {
+        const FaceClient::LogPart part = _client.logEnd(size);
         lines = linesOf(part.text);
-        // It begins somewhere inside a line.
-        lines.erase(lines.begin(), lines.begin() + (part.begin > 0 && !lines.empty() ? 1 : 0));
+        if (part.begin > 0 && !lines.empty()) {
+            // It begins somewhere inside a line.
+            lines.erase(lines.begin());
+        }
+        _read = part.end();
+        if (lines.size() >= count || part.begin == 0) {
+            break;
+        }
     }
     lines.erase(lines.begin(), lines.end() - static_cast<std::ptrdiff_t>(std::min(count, lines.size())));
-    _read = part.end();
     return lines;
 }
 

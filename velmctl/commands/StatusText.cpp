@@ -37,10 +37,11 @@ Lines healthLines(const ServerStatus& status, const StatusView& view, const Outp
     Lines lines{fmt::format("{} at {}: {}, up {}",
                             output.coloured(Colour::bold, "velmd " + printable(status.version)), view.server,
                             health, spanText(duration_cast<seconds>(status.now - status.started)))};
-    lines.push_back(
-        fmt::format("{} classes, {}, {}, {} under way; the indications log is {}", status.classes,
+    const std::string load =
+        fmt::format("{} classes, {}, {}, {} under way, log {}", status.classes,
                     counted(status.providers.size(), "provider"), counted(status.connections, "connection"),
-                    counted(status.requestsUnderWay, "request"), status.logsIndications ? "on" : "off"));
+                    counted(status.requestsUnderWay, "request"), status.logsIndications ? "on" : "off");
+    append(lines, wrapped(load, view.width));
     if (!status.indicationsEnabled) {
         lines.push_back(output.coloured(Colour::red, "Indications are switched off: nobody hears anything."));
     }
@@ -185,8 +186,11 @@ std::vector<const Subscriber*> inOrder(const std::vector<Subscriber>& subscriber
 
 Lines subscriberLines(const ServerStatus& status, const StatusView& view, const Output& output) {
     if (status.subscribers.empty()) {
-        return {"", "Nobody is subscribed. velmctl listen hears everything; velmctl subscribe is for a",
-                "listener of your own."};
+        Lines lines{""};
+        append(lines, wrapped("Nobody is subscribed. velmctl listen hears everything; velmctl subscribe is "
+                              "for a listener of your own.",
+                              view.width));
+        return lines;
     }
     TextTable table({{"SUBSCRIBER"},
                      {"state"},

@@ -79,7 +79,7 @@ TEST(DiagnosticTables, KeepNamesThatLookLikeTables) {
 
 TEST(DiagnosticTables, HaveARowForEachSubscriberOfAnEvent) {
     const DiagnosticTables tables =
-        read("", classRow("EX_None") + classRow("EX_Link") + relationship("Addition", "EX_A", "EX_B") +
+        read("", classRow("EX_None") + classRow("EX_Link") + relationship("Addition", "EX_A:", "EX_B") +
                      classRow("EX_Last"));
     ASSERT_EQ(tables.relationships.size(), 2U);
     const auto& row = tables.relationships[1];
@@ -99,8 +99,8 @@ TEST(DiagnosticTables, HaveTheKeysOfBothEnds) {
     const DiagnosticTables tables = read(
         "", classRow("EX_Link") + relationship("Removal", "EX_A:" + spaced(keys), "EX_B" + spaced(keys)));
     ASSERT_EQ(tables.relationships.size(), 2U);
-    EXPECT_EQ(tables.relationships[0].left, "EX_A:" + keys);
-    EXPECT_EQ(tables.relationships[0].right, "EX_B" + keys);
+    EXPECT_EQ(tables.relationships[0].left, "EX_A." + keys);
+    EXPECT_EQ(tables.relationships[0].right, "EX_B." + keys);
 }
 
 TEST(DiagnosticTables, TellThatTheSecondIsCutOff) {

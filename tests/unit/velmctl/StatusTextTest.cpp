@@ -59,8 +59,7 @@ std::string textOf(const ServerStatus& status, StatusView view = {"127.0.0.1:598
 TEST(StatusText, TellsTheHealthFirst) {
     EXPECT_THAT(textOf(busyStatus()),
                 testing::StartsWith("velmd 0.1.0 at 127.0.0.1:5988: ready, up 2 h 5 min\n31 classes, 0 "
-                                    "providers, 0 connections, 0 requests under way; the indications log is "
-                                    "off\n"));
+                                    "providers, 0 connections, 0 requests under way, log off\n"));
     ServerStatus status = busyStatus();
     status.isReady = false;
     status.notReady = "it stops";
