@@ -43,6 +43,26 @@ std::string withCommas(std::uint64_t number) {
     return digits;
 }
 
+/// The sum over all series of a metric.
+std::uint64_t sumOf(const std::string& metrics, const std::string& name) {
+    std::uint64_t sum = 0;
+    for (auto line = metrics.find("\n" + name); line != metrics.npos;
+         line = metrics.find("\n" + name, line + 1)) {
+        const char next = metrics[line + 1 + name.size()];
+        if (next == ' ' || next == '{') {
+            sum += static_cast<std::uint64_t>(std::stod(metrics.substr(metrics.find(' ', line) + 1)));
+        }
+    }
+    return sum;
+}
+
+/// The number on the page's card with this name.
+std::string totalOn(const std::string& page, const std::string& card) {
+    const std::string begin = "<span class=\"total\">";
+    const auto found = page.find(begin, page.find("<span class=\"what\">" + card + "</span>")) + begin.size();
+    return page.substr(found, page.find(" in all", found) - found);
+}
+
 /// Listeners that hear, one where nobody listens and one that answers with an error, all subscribed to items.
 class VelmdPage : public testing::Test {
 protected:
@@ -117,8 +137,18 @@ TEST_F(VelmdPage, AgreesWithTheStatus) {
         page = browser.documentOf(address("/?refresh=off"));
         return state.at("subscribers") == status().at("subscribers");
     }));
+    const std::string metrics = get("/metrics");
+    for (const auto& [card, metric] : {std::pair("Reported", "velm_indications_reported_total"),
+                                       std::pair("Delivered", "velm_indications_delivered_total"),
+                                       std::pair("Failed", "velm_indications_failed_total"),
+                                       std::pair("Dropped", "velm_indications_dropped_total")}) {
+        EXPECT_GT(sumOf(metrics, metric), 0U) << metric;
+        EXPECT_EQ(totalOn(page, card), withCommas(sumOf(metrics, metric))) << card;
+    }
     const json::array& subscribers = state.at("subscribers").as_array();
-    EXPECT_GE(subscribers.size(), 2U);
+    EXPECT_EQ(subscribers.size(), 4U);
+    EXPECT_THAT(page, HasSubstr("<h1>Attention</h1>"));
+    EXPECT_THAT(page, HasSubstr("1 of 4 subscribers is failing; 127.0.0.1:" + refusing.port()));
     EXPECT_THAT(page, HasSubstr("<dt>Subscribers</dt><dd>" + withCommas(subscribers.size())));
     EXPECT_THAT(
         page, HasSubstr("<dt>Classes</dt><dd>" + withCommas(state.at("classes").to_number<std::uint64_t>())));

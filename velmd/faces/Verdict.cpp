@@ -54,7 +54,9 @@ void addFailing(const ServerStatus& status, std::vector<std::string>& reasons) {
                                      countText(status.subscribers.size(), "subscriber", "subscribers"),
                                      count == 1 ? "is" : "are", addressText(worst.host, worst.port));
     if (worst.lastFailure) {
-        reason += fmt::format(" for {}: {}", durationText(status.now - worst.lastFailure->since),
+        reason += fmt::format(" for {}: {}",
+                              durationText(std::max<Time::duration>(status.now - worst.lastFailure->since,
+                                                                    std::chrono::seconds(1))),
                               shortened(worst.lastFailure->text, longestReason));
     }
     reasons.push_back(reason);

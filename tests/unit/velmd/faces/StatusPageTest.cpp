@@ -152,6 +152,9 @@ TEST(StatusPage, TellsHowASubscriberDoes) {
     EXPECT_THAT(recovered, HasSubstr(">fine</span>"));
     EXPECT_THAT(recovered, HasSubstr("over; last <time"));
     EXPECT_THAT(rowOf(section, "[::1]:5992"), HasSubstr(">waiting</span>"));
+    EXPECT_THAT(
+        rowOf(section, "[::1]:5992"),
+        HasSubstr("1,004 improper answers; the last: <bdi>improper method response: no return value"));
     EXPECT_THAT(rowOf(section, "10.0.40.7:50000"), HasSubstr(">lost some</span>"));
     EXPECT_THAT(rowOf(section, "10.0.40.7:50000"), HasSubstr("channel, session "));
     EXPECT_THAT(rowOf(section, "10.0.40.7:50000"), HasSubstr("heartbeat 12 s ago"));
@@ -203,6 +206,19 @@ TEST(StatusPage, CountsByReasonAndByRule) {
           "<bdi>CreateInstance</bdi></th><td class=\"number\">1,000<"}) {
         EXPECT_THAT(section, HasSubstr(row));
     }
+}
+
+TEST(StatusPage, LeavesOutWhatNeverHappened) {
+    status::ServerStatus status = livelyStatus();
+    status.counters.failed["never"] = 0;
+    status.latency.counts.front() = status.latency.beyond = 0;
+    const std::string section = countersSection(status);
+    EXPECT_THAT(section, Not(HasSubstr("never")));
+    EXPECT_THAT(section, Not(HasSubstr("up to 500 ")));
+    EXPECT_THAT(section, HasSubstr(">up to 1 ms<"));
+    EXPECT_THAT(section, HasSubstr(">up to 10 s<"));
+    EXPECT_THAT(section, Not(HasSubstr(">longer<")));
+    EXPECT_EQ(countOf(countersSection(quietStatus()), "class=\"zero\">none</th>"), 5U);
 }
 
 TEST(StatusPage, TellsWithinWhichTimeMostIsDelivered) {
