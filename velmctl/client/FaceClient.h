@@ -14,6 +14,8 @@ namespace velm {
 class FaceClient {
 public:
     static constexpr std::chrono::milliseconds usualPatience{30000};
+    /// For those who ask again and again, and want to be told to stop meanwhile.
+    static constexpr std::chrono::milliseconds shortPatience{5000};
 
     explicit FaceClient(HostPort server, std::chrono::milliseconds patience = usualPatience)
         : _server(std::move(server)), _patience(patience) {}

@@ -101,7 +101,8 @@ public:
     }
 
     int run(const CommonOptions& common, Output& output) override {
-        const FaceClient client(common.serverAddress());
+        const FaceClient client(common.serverAddress(),
+                                _follows ? FaceClient::shortPatience : FaceClient::usualPatience);
         if (_action == "tail") {
             return _tail(client, output);
         }

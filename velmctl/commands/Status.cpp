@@ -81,7 +81,8 @@ public:
     }
 
     int run(const CommonOptions& common, Output& output) override {
-        const FaceClient client(common.serverAddress());
+        const FaceClient client(common.serverAddress(),
+                                _watches ? FaceClient::shortPatience : FaceClient::usualPatience);
         if (!_subscriber.empty()) {
             _name = SubscriberName::parse(_subscriber);
         }

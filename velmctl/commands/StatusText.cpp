@@ -34,9 +34,11 @@ Lines healthLines(const ServerStatus& status, const StatusView& view, const Outp
     const std::string health = status.isReady
                                    ? output.coloured(Colour::green, "ready")
                                    : output.coloured(Colour::red, "not ready: " + printable(status.notReady));
-    Lines lines{fmt::format("{} at {}: {}, up {}",
-                            output.coloured(Colour::bold, "velmd " + printable(status.version)), view.server,
-                            health, spanText(duration_cast<seconds>(status.now - status.started)))};
+    const std::string compiler =
+        status.compiler.empty() ? "" : fmt::format(" ({})", printable(status.compiler));
+    Lines lines{fmt::format(
+        "{}{} at {}: {}, up {}", output.coloured(Colour::bold, "velmd " + printable(status.version)),
+        compiler, view.server, health, spanText(duration_cast<seconds>(status.now - status.started)))};
     const std::string load =
         fmt::format("{} classes, {}, {}, {} under way, log {}", status.classes,
                     counted(status.providers.size(), "provider"), counted(status.connections, "connection"),
@@ -151,7 +153,7 @@ TextTable::Cell stateOf(const Subscriber& subscriber) {
         return {"failing", Colour::red};
     }
     if (!subscriber.lastDelivery) {
-        return {"waiting", Colour::yellow};
+        return {"new", Colour::yellow};
     }
     return {"ok", Colour::green};
 }
@@ -162,7 +164,7 @@ std::string withForm(const std::string& name, bool isChannel) {
 
 void addSubscriber(TextTable& table, const Subscriber& subscriber, Time now) {
     table.add({withForm(nameOf(subscriber), subscriber.isChannel), stateOf(subscriber), subscriber.waiting,
-               subscriber.delivered, subscriber.failed, subscriber.dropped,
+               subscriber.delivered, subscriber.failed + subscriber.dropped,
                subscriber.lastDelivery ? agoText(now, *subscriber.lastDelivery) : "never"});
     if (subscriber.isFailing && subscriber.lastFailure) {
         table.addNote(failureText(*subscriber.lastFailure, now), Colour::red);
@@ -192,13 +194,8 @@ Lines subscriberLines(const ServerStatus& status, const StatusView& view, const 
                               view.width));
         return lines;
     }
-    TextTable table({{"SUBSCRIBER"},
-                     {"state"},
-                     {"queue", true},
-                     {"delivered", true},
-                     {"failed", true},
-                     {"dropped", true},
-                     {"last delivery"}});
+    TextTable table(
+        {{"SUBSCRIBER"}, {"state"}, {"queue", true}, {"delivered", true}, {"lost", true}, {"last delivery"}});
     std::size_t left = view.maxSubscribers;
     std::size_t hidden = 0;
     for (const Subscriber* subscriber : inOrder(status.subscribers)) {
@@ -221,10 +218,11 @@ Lines removedLines(const ServerStatus& status, const StatusView& view, const Out
     if (status.removed.empty()) {
         return {};
     }
-    TextTable table({{"REMOVED"}, {"when"}, {"why"}, {"delivered", true}, {"dropped", true}});
+    TextTable table({{"REMOVED"}, {"when"}, {"why"}, {"delivered", true}, {"lost", true}});
     for (const RemovedSubscriber& subscriber : status.removed) {
         table.add({withForm(nameOf(subscriber), subscriber.isChannel), agoText(status.now, subscriber.when),
-                   printable(subscriber.reason), subscriber.delivered, subscriber.dropped});
+                   printable(subscriber.reason), subscriber.delivered,
+                   subscriber.failed + subscriber.dropped});
         if (subscriber.lastFailure) {
             table.addNote(failureText(*subscriber.lastFailure, status.now), Colour::yellow);
         }
@@ -264,7 +262,9 @@ template std::string nameOf(const RemovedSubscriber&);
 
 std::string agoText(Time now, Time time) {
     const auto span = duration_cast<seconds>(now - time);
-    return span < seconds(1) ? "now" : spanText(span) + " ago";
+    const std::string text = spanText(span);
+    const std::string largestUnit = text.substr(0, text.find(' ', text.find(' ') + 1));
+    return span < seconds(1) ? "now" : largestUnit + " ago";
 }
 
 std::string failureText(const Failure& failure, Time now) {

@@ -37,10 +37,11 @@ void addFacts(SubscriberReport& report, const Subscriber& subscriber, Time now) 
     report.facts = {
         {"form", subscriber.isChannel ? "a channel: the connection that it keeps open"
                                       : "a listener: it is connected to for each indication"},
-        {"subscribed", fmt::format("{}, since {}", counted(subscriber.subscriptions, "subscription"),
+        {"subscribed", fmt::format("{}, first seen {}", counted(subscriber.subscriptions, "subscription"),
                                    agoText(now, subscriber.since))},
         {"queued", fmt::format("{} in all, {} wait now", subscriber.queued, subscriber.waiting)},
-        {"delivered", fmt::format("{}, last {}", subscriber.delivered, ago(now, subscriber.lastDelivery))},
+        {"delivered",
+         fmt::format("{} in all, last: {}", subscriber.delivered, ago(now, subscriber.lastDelivery))},
         {"not delivered", fmt::format("{} failed, {} dropped", subscriber.failed, subscriber.dropped)},
         {"last heartbeat", ago(now, subscriber.lastHeartbeat)}};
     addFailure(report, subscriber.isFailing ? "failing" : "last failure", subscriber.lastFailure, now);

@@ -120,7 +120,7 @@ TEST(StatusText, TellsOfThoseThatWereRemoved) {
                               Failure{"connection refused", now - 1h, now - 1h, 1}});
     const std::string text = textOf(status);
     EXPECT_THAT(text, HasSubstr("Nobody is subscribed."));
-    EXPECT_THAT(text, testing::ContainsRegex("host.example:80/7 +1 h ago +delivery failed +1 +3\n"));
+    EXPECT_THAT(text, testing::ContainsRegex("host.example:80/7 +1 h ago +delivery failed +1 +5\n"));
     EXPECT_THAT(text, HasSubstr("    connection refused (1 h ago)\n"));
 }
 
