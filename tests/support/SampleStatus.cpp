@@ -56,6 +56,7 @@ void addSubscribers(ServerStatus& status) {
                           subscriberAt("::1", "5992", 1'004), losingOne(),
                           subscriberAt("listener-2.example.org", "5988", 0)};
     status.subscribers[2].waiting = 3;
+    status.subscribers[2].lastDelivery = sampleNow() - 40s;
     status.subscribers[2].improperAnswers = 1'004;
     status.subscribers[2].lastImproperAnswer =
         Failure{"improper method response: no return value", sampleNow() - 26h, sampleNow() - 3s, 1'004};

@@ -47,13 +47,13 @@ std::string kindText(bool isChannel, std::string_view session) {
 }
 
 std::string detailsOf(const Subscriber& subscriber, Time now) {
-    std::string text = fmt::format("{}; {} since {}", kindText(subscriber.isChannel, subscriber.session),
-                                   countText(subscriber.subscriptions, "subscription", "subscriptions"),
-                                   momentText(now, subscriber.since));
+    std::string text = kindText(subscriber.isChannel, subscriber.session);
     if (subscriber.lastHeartbeat) {
-        text += "; heartbeat " + agoText(now, *subscriber.lastHeartbeat);
+        text += ", heartbeat " + agoText(now, *subscriber.lastHeartbeat);
     }
-    return text;
+    return text + fmt::format("<br>{} since {}",
+                              countText(subscriber.subscriptions, "subscription", "subscriptions"),
+                              momentText(now, subscriber.since));
 }
 
 std::string noteText(const std::optional<status::Failure>& note, std::string_view before, Time now) {

@@ -140,7 +140,8 @@ TEST(StatusPage, TellsHowASubscriberDoes) {
     const std::string section = subscribersSection(livelyStatus());
     const std::string failing = rowOf(section, "monitoring.example.org:5990");
     EXPECT_THAT(failing, HasSubstr(">failing</span>"));
-    EXPECT_THAT(failing, HasSubstr("listener, session <bdi>1</bdi>; 3 subscriptions since Nov 19, 20:31:07"));
+    EXPECT_THAT(failing,
+                HasSubstr("listener, session <bdi>1</bdi><br>3 subscriptions since Nov 19, 20:31:07"));
     EXPECT_THAT(failing, HasSubstr("<td data-label=\"Waiting\" class=\"number\">48</td>"));
     EXPECT_THAT(failing, HasSubstr("21 min ago<small> 22:10:07</small>"));
     EXPECT_THAT(failing, HasSubstr("failed to connect: Connection refused"));
