@@ -56,6 +56,10 @@ void addSubscribers(ServerStatus& status) {
                           subscriberAt("::1", "5992", 1'004), losingOne(),
                           subscriberAt("listener-2.example.org", "5988", 0)};
     status.subscribers[2].waiting = 3;
+    status.subscribers[2].lastDelivery = sampleNow() - 40s;
+    status.subscribers[2].improperAnswers = 1'004;
+    status.subscribers[2].lastImproperAnswer =
+        Failure{"improper method response: no return value", sampleNow() - 26h, sampleNow() - 3s, 1'004};
     status.subscribers[0].lastFailure = Failure{"failed to receive: the answer did not come in 30 seconds",
                                                 sampleNow() - 5h, sampleNow() - 5h, 1};
 }
@@ -183,7 +187,7 @@ ServerStatus statusFullOf(const std::string& text) {
     Subscriber subscriber = subscriberAt(text, text, 5);
     subscriber.session = text;
     subscriber.isFailing = true;
-    subscriber.lastFailure = subscriber.lastDrop = failure;
+    subscriber.lastFailure = subscriber.lastDrop = subscriber.lastImproperAnswer = failure;
     status.subscribers = {subscriber};
     status::RemovedSubscriber removed;
     removed.host = removed.port = removed.session = removed.reason = text;

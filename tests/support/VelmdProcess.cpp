@@ -110,6 +110,11 @@ bool ProgramProcess::waitForLog(const std::string& text, std::chrono::seconds pa
     return isSaid();
 }
 
+void ProgramProcess::waitForEnd(std::chrono::seconds patience) const {
+    std::unique_lock lock(_lock);
+    _said.wait_until(lock, steady_clock::now() + patience, [&] { return _isAtEnd; });
+}
+
 void ProgramProcess::signal(int number) const {
     if (_id > 0) {
         ::kill(_id, number);

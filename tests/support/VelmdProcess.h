@@ -55,6 +55,9 @@ public:
     /// Waits until a whole line with this text was said.
     bool waitForLog(const std::string& text, std::chrono::seconds patience = std::chrono::seconds(20)) const;
 
+    /// Waits until it and all who share its output have closed it: log() is complete then.
+    void waitForEnd(std::chrono::seconds patience = std::chrono::seconds(20)) const;
+
 private:
     void _read();
 

@@ -10,6 +10,7 @@
 #include "velmd/daemon/RepositoryReports.h"
 #include "velmd/repository/RegistryClasses.h"
 #include "velmd/status/Describe.h"
+#include "velmd/status/Metrics.h"
 #include "velmd/status/StatusJson.h"
 
 #include <algorithm>
@@ -199,6 +200,7 @@ Faces::Sources Server::_faceSources(const Settings& settings) const {
     Faces::Sources sources;
     sources.status = [this] { return status(); };
     sources.json = &status::toJson;
+    sources.metrics = &status::metricsText;
     sources.dumpTables = [this](std::ostream& out) { _manager->dump(out); };
     sources.illness = [this] { return _liveness.illness(); };
     sources.notReady = [this] { return _notReady(); };

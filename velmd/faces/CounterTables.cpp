@@ -60,11 +60,13 @@ std::string countsTable(std::string_view caption, std::string_view ofWhat, const
     return html += "</div>\n";
 }
 
-/// The largest first.
+/// The largest first, and what never happened not at all.
 std::vector<Count> rowsOf(const std::map<std::string, std::uint64_t>& counts) {
     std::vector<Count> rows;
     for (const auto& [name, count] : counts) {
-        rows.emplace_back(shown(name), count);
+        if (count > 0) {
+            rows.emplace_back(shown(name), count);
+        }
     }
     std::ranges::stable_sort(rows, std::ranges::greater(), &Count::second);
     return rows;
@@ -86,14 +88,16 @@ std::vector<Count> rowsOf(std::vector<Operation> operations) {
     return rows;
 }
 
+/// From the first that something took to the last.
 std::vector<Count> rowsOf(const Latency& latency) {
     std::vector<Count> rows;
     for (std::size_t index = 0; index < std::min(latency.bounds.size(), latency.counts.size()); ++index) {
         rows.emplace_back("up to " + latencyText(latency.bounds[index]), latency.counts[index]);
     }
-    if (!rows.empty()) {
-        rows.emplace_back("longer", latency.beyond);
-    }
+    rows.emplace_back("longer", latency.beyond);
+    const auto isUsed = [](const Count& row) { return row.second > 0; };
+    rows.erase(std::find_if(rows.rbegin(), rows.rend(), isUsed).base(), rows.end());
+    rows.erase(rows.begin(), std::ranges::find_if(rows, isUsed));
     return rows;
 }
 
@@ -107,7 +111,10 @@ std::string countersSection(const ServerStatus& status) {
                         {{"reported", counters.reported},
                          {"matched a subscription", counters.matched},
                          {"queued", counters.queued},
-                         {"delivered", counters.delivered}});
+                         {"delivered", counters.delivered},
+                         {"and answered improperly", counters.improperAnswers},
+                         {"calls into providers", counters.providerCalls},
+                         {"and failed", counters.failedProviderCalls}});
     html += countsTable("Deliveries that failed", "Reason", rowsOf(counters.failed));
     html += countsTable("Indications dropped", "Rule", rowsOf(counters.dropped));
     html += countsTable("Subscribers removed", "Reason", rowsOf(counters.removed));

@@ -2,6 +2,7 @@
 
 #include "velmd/faces/LogExcerpt.h"
 #include "velmd/faces/StatusPage.h"
+#include "velmd/faces/TablesDocument.h"
 #include "velmd/faces/Text.h"
 
 #include <algorithm>
@@ -30,7 +31,7 @@ constexpr const char* nothingPolicy = "default-src 'none'; frame-ancestors 'none
 constexpr const char* pagePolicy =
     "default-src 'none'; style-src 'self'; img-src data:; frame-src 'self'; base-uri 'none'; "
     "form-action 'none'; frame-ancestors 'none'";
-/// The tables hold names as clients gave them: a document without rights, whatever is in it.
+/// The tables hold names as clients gave them: nothing in them has a right, whatever it is taken for.
 constexpr const char* tablesPolicy =
     "default-src 'none'; sandbox; base-uri 'none'; form-action 'none'; frame-ancestors 'self'";
 
@@ -83,34 +84,42 @@ std::string quotedHost(std::string_view host) {
 
 }  // namespace
 
-/// What a request asks for (RFC 9112, 3.2).
-struct Faces::Target {
+/// A request taken apart (RFC 9112, 3.2).
+struct Faces::Request {
+    explicit Request(const HTTPRequest& request);
+
+    /// The value of the first parameter of that name; nothing without one.
+    std::optional<std::string> parameter(std::string_view name) const;
+    /// Browsers do.
+    bool acceptsPages() const;
+
+    const HTTPRequest& http;
     /// Without query, as the client wrote it.
     std::string_view path;
     std::string_view query;
     /// Of a target that is a whole URL.
     std::optional<std::string_view> authority;
-
-    static Target of(std::string_view text);
-    /// The value of the first parameter of that name; nothing without one.
-    std::optional<std::string> parameter(std::string_view name) const;
 };
 
-Faces::Target Faces::Target::of(std::string_view text) {
-    Target target;
-    if (const auto whole = urls::parse_absolute_uri(text); whole && whole->has_authority()) {
-        target.authority = whole->encoded_authority();
-        target.path = whole->encoded_path().empty() ? "/" : std::string_view(whole->encoded_path());
-        target.query = whole->encoded_query();
-        return target;
+Faces::Request::Request(const HTTPRequest& request) : http(request) {
+    const std::string_view target = request.target;
+    if (const auto whole = urls::parse_absolute_uri(target); whole && whole->has_authority()) {
+        authority = whole->encoded_authority();
+        path = whole->encoded_path().empty() ? "/" : std::string_view(whole->encoded_path());
+        query = whole->encoded_query();
+        return;
     }
-    const auto mark = text.find('?');
-    target.path = text.substr(0, mark);
-    target.query = mark == text.npos ? std::string_view() : text.substr(mark + 1);
-    return target;
+    const auto mark = target.find('?');
+    path = target.substr(0, mark);
+    query = mark == target.npos ? std::string_view() : target.substr(mark + 1);
 }
 
-std::optional<std::string> Faces::Target::parameter(std::string_view name) const {
+bool Faces::Request::acceptsPages() const {
+    const std::string* const accepted = http.header("Accept");
+    return accepted != nullptr && accepted->find("text/html") != std::string::npos;
+}
+
+std::optional<std::string> Faces::Request::parameter(std::string_view name) const {
     const std::string reference = "?" + std::string(query);
     const auto parsed = urls::parse_uri_reference(reference);
     if (!parsed) {
@@ -142,87 +151,87 @@ const Faces::Face* Faces::_find(std::string_view path) {
 }
 
 bool Faces::isFor(const HTTPRequest& request) {
-    const Target target = Target::of(request.target);
-    if (_find(target.path) != nullptr) {
-        return !isOperation(request.method, target.path);
+    const std::string_view path = Request(request).path;
+    if (_find(path) != nullptr) {
+        return !isOperation(request.method, path);
     }
     // The operations' path answers a GET itself.
-    return isReading(request) && target.path != "/cimom";
+    return isReading(request) && path != "/cimom";
 }
 
-std::optional<HTTPResponse> Faces::_refuseHost(const HTTPRequest& request, const Target& target) const {
-    const std::string* const header = request.header("Host");
+std::optional<HTTPResponse> Faces::_refuseHost(const Request& request) const {
+    const std::string* const header = request.http.header("Host");
     const std::string_view host = header != nullptr ? std::string_view(*header) : std::string_view();
-    const bool isOwn = _hostCheck.isOwn(host) && (!target.authority || _hostCheck.isOwn(*target.authority));
+    const bool isOwn = _hostCheck.isOwn(host) && (!request.authority || _hostCheck.isOwn(*request.authority));
     if (isOwn) {
         return std::nullopt;
     }
     return plain(421,
                  fmt::format("This server shows itself only under its own names: the Host header must be a "
                              "loopback address, localhost, or the name of this machine or server; {}.",
-                             quotedHost(target.authority.value_or(host))));
+                             quotedHost(request.authority.value_or(host))));
 }
 
-std::optional<HTTPResponse> Faces::handle(const HTTPRequest& request) const {
-    if (!isFor(request)) {
+std::optional<HTTPResponse> Faces::handle(const HTTPRequest& http) const {
+    if (!isFor(http)) {
         return std::nullopt;
     }
-    const Target target = Target::of(request.target);
-    const Face* const face = _find(target.path);
+    const Request request(http);
+    const Face* const face = _find(request.path);
     if (face == nullptr) {
         return plain(404,
                      "There is nothing here. There is: /, /tables, /healthz, /readyz, /metrics, "
                      "/status.json and /log. Operations are POSTed to /cimom.");
     }
-    if (!isReading(request)) {
-        return notAllowed(target.path);
+    if (!isReading(http)) {
+        return notAllowed(request.path);
     }
-    if (auto refused = _refuseHost(request, target)) {
+    if (auto refused = _refuseHost(request)) {
         return refused;
     }
-    return (this->*face->answer)(target);
+    return (this->*face->answer)(request);
 }
 
-HTTPResponse Faces::_page(const Target& target) const {
-    const faces::PageOptions options{target.parameter("refresh") != "off"};
+HTTPResponse Faces::_page(const Request& request) const {
+    const faces::PageOptions options{request.parameter("refresh") != "off"};
     return response(200, pageType, pagePolicy,
                     faces::statusPage(_sources.status(), _sources.illness(), options));
 }
 
-HTTPResponse Faces::_style(const Target&) const {
+HTTPResponse Faces::_style(const Request&) const {
     return response(200, "text/css; charset=utf-8", nothingPolicy, std::string(faces::pageStyle()));
 }
 
-HTTPResponse Faces::_tables(const Target&) const {
-    std::ostringstream document;
-    document << "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\">"
-                "<meta name=\"color-scheme\" content=\"light dark\"><title>Diagnostic "
-                "tables</title></head>\n<body>\n";
-    _sources.dumpTables(document);
-    document << "\n</body></html>\n";
-    return response(200, pageType, tablesPolicy, std::move(document).str());
+HTTPResponse Faces::_tables(const Request& request) const {
+    std::ostringstream tables;
+    _sources.dumpTables(tables);
+    HTTPResponse answer = request.acceptsPages()
+                              ? response(200, pageType, tablesPolicy, faces::tablesDocument(tables.view()))
+                              : response(200, plainType, tablesPolicy, std::move(tables).str());
+    answer.headers.emplace_back("Vary", "Accept");
+    return answer;
 }
 
-HTTPResponse Faces::_health(const Target&) const {
+HTTPResponse Faces::_health(const Request&) const {
     const std::string illness = _sources.illness();
     return illness.empty() ? plain(200, "ok") : plain(503, "not healthy: " + illness);
 }
 
-HTTPResponse Faces::_readiness(const Target&) const {
+HTTPResponse Faces::_readiness(const Request&) const {
     const std::string reason = _sources.notReady();
     return reason.empty() ? plain(200, "ready") : plain(503, "not ready: " + reason);
 }
 
-HTTPResponse Faces::_metrics(const Target&) const {
+HTTPResponse Faces::_metrics(const Request&) const {
     return response(200, metricsType, nothingPolicy, _sources.metrics(_sources.status()));
 }
 
-HTTPResponse Faces::_json(const Target&) const {
+HTTPResponse Faces::_json(const Request&) const {
     return response(200, "application/json", nothingPolicy, _sources.json(_sources.status()));
 }
 
-HTTPResponse Faces::_log(const Target& target) const {
-    const std::string wanted = target.parameter("from").value_or(usualPlace);
+HTTPResponse Faces::_log(const Request& request) const {
+    const std::string wanted = request.parameter("from").value_or(usualPlace);
     const auto place = numberIn(wanted);
     if (!place) {
         return plain(

@@ -17,7 +17,8 @@ namespace velm {
 /// tables, /healthz, /readyz, /metrics, /status.json and the record of indications at /log.
 ///
 /// Nothing here changes anything, and nothing is answered to a request that names another host (421). No
-/// answer holds a script or lets one run; see docs/design/faces.md.
+/// answer holds a script or lets one run; see docs/design/faces.md. The tables are a document for who accepts
+/// HTML, and the library's exact output as plain text for everybody else.
 ///
 /// Threads: any number, as far as the functions in `Sources` allow. Failure: what those throw.
 class Faces {
@@ -47,11 +48,11 @@ public:
     static bool isFor(const HTTPRequest& request);
 
     /// The answer, or nothing for what is not for this class.
-    std::optional<HTTPResponse> handle(const HTTPRequest& request) const;
+    std::optional<HTTPResponse> handle(const HTTPRequest& http) const;
 
 private:
-    struct Target;
-    using Answer = HTTPResponse (Faces::*)(const Target&) const;
+    struct Request;
+    using Answer = HTTPResponse (Faces::*)(const Request&) const;
     struct Face {
         std::string_view path;
         Answer answer;
@@ -59,16 +60,16 @@ private:
     static const Face faces[];
 
     static const Face* _find(std::string_view path);
-    std::optional<HTTPResponse> _refuseHost(const HTTPRequest& request, const Target& target) const;
+    std::optional<HTTPResponse> _refuseHost(const Request& request) const;
 
-    HTTPResponse _page(const Target& target) const;
-    HTTPResponse _style(const Target& target) const;
-    HTTPResponse _tables(const Target& target) const;
-    HTTPResponse _health(const Target& target) const;
-    HTTPResponse _readiness(const Target& target) const;
-    HTTPResponse _metrics(const Target& target) const;
-    HTTPResponse _json(const Target& target) const;
-    HTTPResponse _log(const Target& target) const;
+    HTTPResponse _page(const Request& request) const;
+    HTTPResponse _style(const Request& request) const;
+    HTTPResponse _tables(const Request& request) const;
+    HTTPResponse _health(const Request& request) const;
+    HTTPResponse _readiness(const Request& request) const;
+    HTTPResponse _metrics(const Request& request) const;
+    HTTPResponse _json(const Request& request) const;
+    HTTPResponse _log(const Request& request) const;
 
     const Sources _sources;
     const HostCheck _hostCheck;

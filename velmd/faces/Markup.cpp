@@ -2,6 +2,8 @@
 
 #include "velmd/faces/Text.h"
 
+#include <algorithm>
+#include <chrono>
 #include <iterator>
 
 #include <fmt/format.h>
@@ -17,9 +19,10 @@ std::string whenText(const status::Failure& failure, Course course, status::Time
         failure.count > 1 ? fmt::format(", {} in a row", numberText(failure.count)) : std::string();
     switch (course) {
         case Course::goesOn:
-            return fmt::format(R"(for {}, since <time datetime="{}">{}</time>{})",
-                               durationText(now - failure.since), isoText(failure.since),
-                               momentText(now, failure.since), often);
+            return fmt::format(
+                R"(for {}, since <time datetime="{}">{}</time>{})",
+                durationText(std::max<status::Time::duration>(now - failure.since, std::chrono::seconds(1))),
+                isoText(failure.since), momentText(now, failure.since), often);
         case Course::isOver:
             return "over; last " + agoElement(now, failure.last) + often;
         case Course::wasLast:

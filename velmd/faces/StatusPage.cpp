@@ -194,14 +194,17 @@ std::string ratesSection(const ServerStatus& status) {
 }
 
 std::string tablesSection(const PageOptions& options) {
+    // They may be long: a page that asks for itself again and again does not ask for them, too.
+    const char* const tables =
+        options.refreshes
+            ? R"(<p>Who is subscribed to what, by instance and by class: <a href="/?refresh=off#tables">show them)"
+              R"( here</a>, which pauses the page, or <a href="/tables">alone</a>.</p>)"
+            : R"(<iframe sandbox src="/tables" title="Who is subscribed to what"></iframe>)"
+              R"(<p class="note">Who is subscribed to what, by instance and by class; also <a href="/tables">alone</a>.</p>)";
     return fmt::format(
-        R"(<section aria-labelledby="tables"><h2 id="tables">Diagnostic tables</h2><details{}>)"
-        R"(<summary>What is subscribed to, by instance and by class</summary>)"
-        R"(<iframe sandbox loading="lazy" src="/tables" title="Diagnostic tables"></iframe></details>)"
-        R"(<p class="note"><a href="/tables">Alone on a page</a>; for programs, <code>velmctl dump</code>.{}</p></section>)"
+        R"(<section aria-labelledby="tables"><h2 id="tables">Diagnostic tables</h2>{}</section>)"
         "\n",
-        options.refreshes ? "" : " open",
-        options.refreshes ? R"( <a href="/?refresh=off#tables">Pause</a> the page to keep them open.)" : "");
+        tables);
 }
 
 std::string statusPage(const ServerStatus& status, const std::string& illness, const PageOptions& options) {

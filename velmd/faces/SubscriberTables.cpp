@@ -47,20 +47,28 @@ std::string kindText(bool isChannel, std::string_view session) {
 }
 
 std::string detailsOf(const Subscriber& subscriber, Time now) {
-    std::string text = fmt::format("{}; {} since {}", kindText(subscriber.isChannel, subscriber.session),
-                                   countText(subscriber.subscriptions, "subscription", "subscriptions"),
-                                   momentText(now, subscriber.since));
+    std::string text = kindText(subscriber.isChannel, subscriber.session);
     if (subscriber.lastHeartbeat) {
-        text += "; heartbeat " + agoText(now, *subscriber.lastHeartbeat);
+        text += ", heartbeat " + agoText(now, *subscriber.lastHeartbeat);
     }
-    return text;
+    return text + fmt::format("<br>{} since {}",
+                              countText(subscriber.subscriptions, "subscription", "subscriptions"),
+                              momentText(now, subscriber.since));
 }
 
-std::string dropText(const Subscriber& subscriber, Time now) {
-    return subscriber.lastDrop ? fmt::format(R"(<div class="drop">{}<div class="when">{}</div></div>)",
-                                             shown(subscriber.lastDrop->text, 120),
-                                             agoElement(now, subscriber.lastDrop->last))
-                               : std::string();
+std::string noteText(const std::optional<status::Failure>& note, std::string_view before, Time now) {
+    return note ? fmt::format(R"(<div class="drop">{}{}<div class="when">{}</div></div>)", before,
+                              shown(note->text, 120), agoElement(now, note->last))
+                : std::string();
+}
+
+/// Besides failures: what was lost with them, and answers that a delivery does not depend on.
+std::string notesOf(const Subscriber& subscriber, Time now) {
+    return noteText(subscriber.lastDrop, "", now) +
+           noteText(
+               subscriber.lastImproperAnswer,
+               countText(subscriber.improperAnswers, "improper answer: ", "improper answers; the last: "),
+               now);
 }
 
 std::string rowOf(const Subscriber& subscriber, Time now) {
@@ -75,7 +83,7 @@ std::string rowOf(const Subscriber& subscriber, Time now) {
     row += subscriber.lastDelivery ? cell("Last delivery", agoElement(now, *subscriber.lastDelivery))
                                    : cell("Last delivery", "never", "zero");
     row += failureCell(subscriber.lastFailure, subscriber.isFailing ? Course::goesOn : Course::isOver, now,
-                       dropText(subscriber, now));
+                       notesOf(subscriber, now));
     return row += "</tr>\n";
 }
 
@@ -85,6 +93,7 @@ std::string rowOf(const RemovedSubscriber& removed, Time now) {
     row += cell("Removed", agoElement(now, removed.when));
     row += cell("Reason", shown(removed.reason));
     row += countCell("Delivered", removed.delivered);
+    row += countCell("Failed", removed.failed);
     row += countCell("Dropped", removed.dropped);
     row += failureCell(removed.lastFailure, Course::wasLast, now);
     return row += "</tr>\n";
@@ -145,9 +154,14 @@ std::string removedSection(const ServerStatus& status) {
     std::ranges::stable_sort(rows, std::ranges::greater(), [](const auto* each) { return each->when; });
     rows.resize(std::min(rows.size(), mostRemovedShown));
     std::string html = R"(<section aria-labelledby="removed"><h2 id="removed">Removed subscribers</h2>)";
-    html += tableHead(
-        fmt::format("The last {} that went, the latest first", rows.size()),
-        {{"Subscriber"}, {"Removed"}, {"Reason"}, {"Delivered", true}, {"Dropped", true}, {"Last error"}});
+    html +=
+        tableHead(fmt::format("The last {} that went, the latest first", rows.size()), {{"Subscriber"},
+                                                                                        {"Removed"},
+                                                                                        {"Reason"},
+                                                                                        {"Delivered", true},
+                                                                                        {"Failed", true},
+                                                                                        {"Dropped", true},
+                                                                                        {"Last error"}});
     for (const RemovedSubscriber* removed : rows) {
         html += rowOf(*removed, status.now);
     }

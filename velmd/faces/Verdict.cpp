@@ -17,6 +17,8 @@ using status::Subscriber;
 using status::Time;
 
 constexpr std::size_t longestReason = 120;
+/// Indications are delivered in passes, a second apart where nobody is slow.
+constexpr std::chrono::seconds usualWait{10};
 
 bool isRecent(const std::optional<Failure>& failure, Time now) {
     return failure && now - failure->last < recent;
@@ -54,7 +56,9 @@ void addFailing(const ServerStatus& status, std::vector<std::string>& reasons) {
                                      countText(status.subscribers.size(), "subscriber", "subscribers"),
                                      count == 1 ? "is" : "are", addressText(worst.host, worst.port));
     if (worst.lastFailure) {
-        reason += fmt::format(" for {}: {}", durationText(status.now - worst.lastFailure->since),
+        reason += fmt::format(" for {}: {}",
+                              durationText(std::max<Time::duration>(status.now - worst.lastFailure->since,
+                                                                    std::chrono::seconds(1))),
                               shortened(worst.lastFailure->text, longestReason));
     }
     reasons.push_back(reason);
@@ -107,7 +111,7 @@ Standing standingOf(const Subscriber& subscriber, Time now) {
     if (isRecent(subscriber.lastDrop, now)) {
         return Standing::dropped;
     }
-    if (subscriber.waiting > 0) {
+    if (subscriber.waiting > 0 && now - subscriber.lastDelivery.value_or(Time()) > usualWait) {
         return Standing::waiting;
     }
     return subscriber.delivered > 0 ? Standing::fine : Standing::untested;

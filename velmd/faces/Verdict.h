@@ -14,8 +14,8 @@ namespace velm::faces {
 enum class Standing {
     failing,   ///< What is sent to it does not arrive.
     dropped,   ///< It lost indications within the last minutes.
-    waiting,   ///< Something is queued for it.
-    fine,      ///< What was queued is delivered.
+    waiting,   ///< Something is queued for it, and nothing was delivered lately.
+    fine,      ///< It hears what is queued for it.
     untested,  ///< Nothing was delivered to it yet.
 };
 

@@ -83,7 +83,6 @@ TEST_F(FacesTest, AnswerWithWhatEachPathIsFor) {
         {"/?refresh=on", "text/html; charset=utf-8", "pause</a>"},
         {"/?%", "text/html; charset=utf-8", "pause</a>"},
         {"/style.css", "text/css; charset=utf-8", "prefers-color-scheme"},
-        {"/tables", "text/html; charset=utf-8", "<TABLE BORDER><TR><TD><b>raw</b></TD></TR></TABLE>"},
         {"/healthz", "text/plain; charset=utf-8", "ok\n"},
         {"/readyz", "text/plain; charset=utf-8", "ready\n"},
         {"/metrics", "text/plain; version=0.0.4; charset=utf-8", "velm_delivered_total 1005338\n"},
@@ -95,6 +94,27 @@ TEST_F(FacesTest, AnswerWithWhatEachPathIsFor) {
         EXPECT_EQ(headerOf(response, "Content-Type"), type) << target;
         EXPECT_THAT(response.body, HasSubstr(part)) << target;
     }
+}
+
+TEST_F(FacesTest, GiveTheTablesAsTheyAre_ToWhoDoesNotAcceptPages) {
+    for (const char* accepted : {"*/*", "text/plain", "application/json"}) {
+        HTTPRequest request = get("/tables");
+        request.headers.emplace_back("Accept", accepted);
+        const HTTPResponse response = ask(request);
+        EXPECT_EQ(headerOf(response, "Content-Type"), "text/plain; charset=utf-8");
+        EXPECT_EQ(headerOf(response, "Vary"), "Accept");
+        EXPECT_EQ(response.body, "<TABLE BORDER><TR><TD><b>raw</b></TD></TR></TABLE>");
+    }
+    EXPECT_EQ(headerOf(ask(get("/tables")), "Content-Type"), "text/plain; charset=utf-8");
+}
+
+TEST_F(FacesTest, GiveTheTablesAsADocument_ToBrowsers) {
+    HTTPRequest request = get("/tables");
+    request.headers.emplace_back("accept", "text/html,application/xhtml+xml,*/*;q=0.8");
+    const HTTPResponse response = ask(request);
+    EXPECT_EQ(headerOf(response, "Content-Type"), "text/html; charset=utf-8");
+    EXPECT_EQ(headerOf(response, "Vary"), "Accept");
+    EXPECT_THAT(response.body, HasSubstr("<TABLE BORDER><TR><TD>&lt;b>raw&lt;/b></TD></TR></TABLE>"));
 }
 
 TEST_F(FacesTest, AnswerAHeadAsAGet) {

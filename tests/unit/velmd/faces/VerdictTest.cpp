@@ -137,6 +137,10 @@ TEST(Verdict, ForgetsWhatIsLongOver) {
 TEST(Standing, IsTheWorstThatHolds) {
     Subscriber subscriber = named("a", 3);
     EXPECT_EQ(standingOf(subscriber, now), Standing::waiting);
+    subscriber.lastDelivery = now - 1s;
+    EXPECT_EQ(standingOf(subscriber, now), Standing::fine) << "it is being served";
+    subscriber.lastDelivery.reset();
+    EXPECT_EQ(standingOf(subscriber, now), Standing::waiting) << "never served";
     subscriber.waiting = 0;
     EXPECT_EQ(standingOf(subscriber, now), Standing::fine);
     subscriber.delivered = 0;
