@@ -1,0 +1,128 @@
+#include "tests/support/ResponseReader.h"
+#include "tests/support/ScriptedListener.h"
+#include "tests/support/VelmdItems.h"
+#include "tests/support/VelmdProcess.h"
+#include "tests/support/WBEMClient.h"
+
+#include <string>
+
+#include <boost/json/parse.hpp>
+#include <boost/json/value.hpp>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+// What a real daemon tells of itself at /status.json and /metrics, and that both tell the same.
+
+using namespace velm::test;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+namespace {
+
+namespace json = boost::json;
+
+class VelmdStatus : public testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_EQ(client.call("CreateClass", {{"NewClass", itemClass("EX_Item")}}).status(), 0);
+        subscribe(listener.port());
+        subscribe(nobody.port());
+        for (int number = 0; number < 3; ++number) {
+            const std::string instance = itemInstance("EX_Item", std::to_string(number));
+            ASSERT_EQ(client.call("CreateInstance", {{"NewInstance", instance}}).status(), 0);
+        }
+    }
+
+    void subscribe(const std::string& port) {
+        const WBEMAnswer answer =
+            client.call("Subscribe", WBEMClient::subscriber(port) +
+                                         WBEMClient::Parameters{{"IndicationType", value("Creation")},
+                                                                {"ClassName", className("EX_Item")}});
+        ASSERT_TRUE(answer.has("<VALUE>TRUE</VALUE>")) << answer.body;
+    }
+
+    std::string get(const std::string& path) const {
+        ResponseSocket socket(velmd.port());
+        socket.send("GET " + path + " HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n");
+        return socket.next().body;
+    }
+
+    json::value status() const { return json::parse(get("/status.json")); }
+
+    /// Until everything that was queued has ended.
+    bool awaitEnd() const {
+        return holdsInTime([this] {
+            const json::value now = status();
+            const json::value& counters = now.at("counters");
+            return counters.at("delivered").to_number<int>() == 3 &&
+                   counters.at("failed").at("connection refused").to_number<int>() +
+                           counters.at("dropped").at("earlier one failed").to_number<int>() ==
+                       3;
+        });
+    }
+
+    TemporaryDirectory directory;
+    VelmdProcess velmd{directory.path()};
+    ScriptedListener listener{goodAnswer()};
+    RefusingPort nobody;
+    WBEMClient client{velmd.port()};
+};
+
+TEST_F(VelmdStatus, TellsWhoHearsAndWhoDoesNot) {
+    ASSERT_TRUE(awaitEnd()) << get("/status.json");
+    const json::value told = status();
+    EXPECT_TRUE(told.at("isReady").as_bool());
+    EXPECT_EQ(told.at("counters").at("reported").to_number<int>(), 3);
+    EXPECT_EQ(told.at("counters").at("matched").to_number<int>(), 3);
+    EXPECT_EQ(told.at("counters").at("queued").to_number<int>(), 6);
+    const json::array& subscribers = told.at("subscribers").as_array();
+    ASSERT_EQ(subscribers.size(), 2U);
+    EXPECT_EQ(subscribers[0].at("port").as_string(), listener.port());
+    EXPECT_EQ(subscribers[0].at("delivered").to_number<int>(), 3);
+    EXPECT_EQ(subscribers[0].at("subscriptions").to_number<int>(), 1);
+    EXPECT_FALSE(subscribers[0].at("isFailing").as_bool());
+    EXPECT_EQ(subscribers[1].at("port").as_string(), nobody.port());
+    EXPECT_TRUE(subscribers[1].at("isFailing").as_bool());
+    EXPECT_THAT(std::string(subscribers[1].at("lastFailure").at("text").as_string()),
+                HasSubstr("Connection refused"));
+}
+
+TEST_F(VelmdStatus, CountsRequestsByOperationAndStatus) {
+    EXPECT_EQ(client.call("GetClass", {{"ClassName", className("EX_Missing")}}).status(), 6);
+    const std::string metrics = get("/metrics");
+    EXPECT_THAT(metrics, HasSubstr("velm_requests_total{operation=\"GetClass\",status=\"6\"} 1\n"));
+    EXPECT_THAT(metrics, HasSubstr("velm_requests_total{operation=\"CreateInstance\",status=\"ok\"} 3\n"));
+}
+
+TEST_F(VelmdStatus, HasMetricsThatAgreeWithTheStatus) {
+    ASSERT_TRUE(awaitEnd()) << get("/status.json");
+    const std::string metrics = get("/metrics");
+    EXPECT_THAT(metrics, HasSubstr("velm_indications_queued_total 6\n"));
+    EXPECT_THAT(metrics, HasSubstr("velm_indications_delivered_total 3\n"));
+    EXPECT_THAT(metrics, HasSubstr("velm_delivery_latency_seconds_count 3\n"));
+    EXPECT_THAT(metrics, HasSubstr("velm_destination_failing{host=\"127.0.0.1\",port=\"" + nobody.port() +
+                                   "\",session=\"1\"} 1\n"));
+}
+
+TEST_F(VelmdStatus, HasMetricsThatPromtoolAccepts) {
+    if (runProgram({"/bin/sh", "-c", "command -v promtool"}).exitCode != 0) {
+        GTEST_SKIP() << "there is no promtool (package prometheus)";
+    }
+    ASSERT_TRUE(awaitEnd()) << get("/status.json");
+    const auto file = directory.write("metrics.txt", get("/metrics"));
+    const ProgramResult result =
+        runProgram({"/bin/sh", "-c", "exec promtool check metrics < " + file.string() + " 2>&1"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.output, IsEmpty());
+}
+
+TEST_F(VelmdStatus, TellsRates_AfterAStep) {
+    ASSERT_TRUE(awaitEnd());
+    ASSERT_TRUE(holdsInTime([this] { return !status().at("rates").as_array().empty(); }));
+    const json::value told = status();
+    EXPECT_EQ(told.at("rateStep").to_number<int>(), 5);
+    EXPECT_GT(told.at("rates").at(0).at("reported").to_number<double>(), 0);
+}
+
+}  // namespace
