@@ -31,9 +31,13 @@ TEST(NoDaemon, IsToldHowToStartOne) {
 }
 
 TEST(NoDaemon, IsTold_WhenTheHostDoesNotResolve) {
-    const ProgramResult result = askAt("no-such-host.invalid");
-    EXPECT_EQ(result.exitCode, 3);
-    EXPECT_THAT(result.output, HasSubstr("the host 'no-such-host.invalid' does not resolve"));
+    for (const Words& words : {Words{"classes"}, Words{"status"}, Words{"log", "tail"}}) {
+        Words command = words;
+        command.insert(command.end(), {"--server", "no-such-host.invalid"});
+        const ProgramResult result = runVelmctl(command);
+        EXPECT_EQ(result.exitCode, 3);
+        EXPECT_THAT(result.output, HasSubstr("the host 'no-such-host.invalid' does not resolve"));
+    }
 }
 
 TEST(NoDaemon, IsTold_WhenTheHostIsAnotherMachine) {

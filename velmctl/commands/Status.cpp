@@ -22,7 +22,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-constexpr std::size_t factWidth = 15;
+constexpr std::size_t detailWidth = 15;
 
 /// What is shown of one status, and the exit code that it means.
 struct Picture {
@@ -34,10 +34,10 @@ struct Picture {
 
 Lines reportLines(const SubscriberReport& report, std::size_t width, const Output& output) {
     Lines lines{output.coloured(Colour::bold, report.name)};
-    for (const auto& [what, text] : report.facts) {
+    for (const auto& [what, text] : report.details) {
         std::string lead = what;
-        for (const std::string& line : wrapped(text, std::max(factWidth, width - factWidth - 4))) {
-            lines.push_back(fmt::format("  {:<{}}  {}", lead, factWidth, line));
+        for (const std::string& line : wrapped(text, std::max(detailWidth, width - detailWidth - 4))) {
+            lines.push_back(fmt::format("  {:<{}}  {}", lead, detailWidth, line));
             lead.clear();
         }
     }
@@ -51,16 +51,16 @@ Lines reportLines(const SubscriberReport& report, std::size_t width, const Outpu
 }
 
 Json reportJson(const SubscriberReport& report) {
-    Json facts = Json::object();
-    for (const auto& [what, text] : report.facts) {
-        facts.add(what, text);
+    Json details = Json::object();
+    for (const auto& [what, text] : report.details) {
+        details.add(what, text);
     }
     return Json::object()
         .add("subscriber", report.name)
         .add("isWell", report.isWell)
         .add("finding", report.finding)
         .add("advice", report.advice)
-        .add("facts", facts);
+        .add("details", details);
 }
 
 class Status : public Command {

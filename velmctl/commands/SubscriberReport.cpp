@@ -29,12 +29,12 @@ std::string sessionOption(const std::string& session) {
 
 void addFailure(SubscriberReport& report, const char* what, const std::optional<Failure>& failure, Time now) {
     if (failure) {
-        report.facts.emplace_back(what, failureText(*failure, now));
+        report.details.emplace_back(what, failureText(*failure, now));
     }
 }
 
-void addFacts(SubscriberReport& report, const Subscriber& subscriber, Time now) {
-    report.facts = {
+void addDetails(SubscriberReport& report, const Subscriber& subscriber, Time now) {
+    report.details = {
         {"form", subscriber.isChannel ? "a channel: the connection that it keeps open"
                                       : "a listener: it is connected to for each indication"},
         {"subscribed", fmt::format("{}, first seen {}", counted(subscriber.subscriptions, "subscription"),
@@ -96,7 +96,7 @@ void explainWell(SubscriberReport& report, const Subscriber& subscriber) {
 SubscriberReport reportOf(const ServerStatus& status, const Subscriber& subscriber) {
     SubscriberReport report;
     report.name = nameOf(subscriber);
-    addFacts(report, subscriber, status.now);
+    addDetails(report, subscriber, status.now);
     if (subscriber.isFailing) {
         report.finding = "What is sent to it does not arrive.";
         report.advice = subscriber.isChannel ? "Close the connection and open the channel anew."
@@ -116,7 +116,7 @@ SubscriberReport reportOf(const ServerStatus& status, const Subscriber& subscrib
 SubscriberReport reportOf(const ServerStatus& status, const RemovedSubscriber& removed) {
     SubscriberReport report;
     report.name = nameOf(removed);
-    report.facts = {
+    report.details = {
         {"removed", fmt::format("{}: {}", agoText(status.now, removed.when), printable(removed.reason))},
         {"delivered", std::to_string(removed.delivered)},
         {"not delivered", fmt::format("{} failed, {} dropped", removed.failed, removed.dropped)}};

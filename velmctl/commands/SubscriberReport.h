@@ -13,7 +13,7 @@ namespace velm {
 struct SubscriberReport {
     std::string name;
     /// What is known: "queue", "3 wait".
-    std::vector<std::pair<std::string, std::string>> facts;
+    std::vector<std::pair<std::string, std::string>> details;
     /// What follows from it, and the next step to take, a sentence each.
     std::string finding;
     std::string advice;

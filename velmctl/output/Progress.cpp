@@ -14,6 +14,7 @@ namespace {
 constexpr std::size_t barWidth = 30;
 constexpr std::size_t nameWidth = 24;
 constexpr std::uint64_t linesWithoutBar = 10;
+constexpr std::uint64_t worthLines = 100;
 constexpr std::chrono::milliseconds pause{50};
 
 std::string repeated(std::string_view text, std::size_t count) {
@@ -47,7 +48,8 @@ void Progress::step(std::string_view next) {
             _draw(next);
             _drawn = now;
         }
-    } else if (const std::uint64_t tenth = _done * linesWithoutBar / _total; tenth > _told) {
+    } else if (const std::uint64_t tenth = _done * linesWithoutBar / _total;
+               tenth > _told && _total >= worthLines) {
         _told = tenth;
         _output.notice(fmt::format("{} of {}", _done, _total));
     }

@@ -10,7 +10,8 @@
 namespace velm {
 
 /// How far a command is that does one thing after the other: a bar on standard error where that is a
-/// terminal, and a line now and then where it is not. Used by one thread; the output must outlive it.
+/// terminal, and where it is not a line now and then, if there is much to do. Used by one thread; the output
+/// must outlive it.
 class Progress {
 public:
     Progress(std::uint64_t total, Output& output);

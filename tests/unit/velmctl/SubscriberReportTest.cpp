@@ -128,7 +128,7 @@ TEST(SubscriberReports, TellOfOneThatWasRemoved_UnlessItIsBack) {
     status.subscribers.clear();
     const SubscriberReport report = reportOn(status, "127.0.0.1:5990");
     EXPECT_FALSE(report.isWell);
-    EXPECT_THAT(report.facts[0].second, HasSubstr("2 min ago: expired"));
+    EXPECT_THAT(report.details[0].second, HasSubstr("2 min ago: expired"));
     EXPECT_THAT(report.advice, HasSubstr("velmctl subscribe CLASS --to 127.0.0.1:5990"));
 }
 
