@@ -1,4 +1,3 @@
-#include "tests/support/ResponseReader.h"
 #include "tests/support/ScriptedListener.h"
 #include "tests/support/VelmdItems.h"
 #include "tests/support/VelmdProcess.h"
@@ -43,9 +42,9 @@ protected:
     }
 
     std::string get(const std::string& path) const {
-        ResponseSocket socket(velmd.port());
-        socket.send("GET " + path + " HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n");
-        return socket.next().body;
+        return runProgram({"/usr/bin/curl", "--silent", "--show-error", "--fail",
+                           "http://127.0.0.1:" + std::to_string(velmd.port()) + path})
+            .output;
     }
 
     json::value status() const { return json::parse(get("/status.json")); }

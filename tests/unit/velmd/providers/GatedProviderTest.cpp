@@ -72,6 +72,26 @@ TEST_F(GatedProviderTest, HandsOnQuestionsAsTheyAre) {
     EXPECT_EQ(gated.getInstance(space, name, nullptr), object);
     EXPECT_EQ(gated.getClassNames(), classes);
     EXPECT_EQ(gated.enumerateInstanceNames(space, "CIM_DataFile", nullptr), names);
+    EXPECT_EQ(gated.calls(), 3u);
+    EXPECT_EQ(gated.failedCalls(), 0u);
+    EXPECT_FALSE(gated.failures().last());
+}
+
+TEST_F(GatedProviderTest, CountsCalls_AndKeepsWhatTheLastFailedOneThrew) {
+    EXPECT_CALL(provider, getInstance)
+        .WillOnce(Throw(std::runtime_error("no disk")))
+        .WillOnce(Return(file()))
+        .WillOnce(Throw(std::runtime_error("no file")));
+    EXPECT_THROW(gated.getInstance(space, name, nullptr), std::runtime_error);
+    gated.getInstance(space, name, nullptr);
+    EXPECT_THROW(gated.getInstance(space, name, nullptr), std::runtime_error);
+    EXPECT_EQ(gated.calls(), 3u);
+    EXPECT_EQ(gated.failedCalls(), 2u);
+    const auto failure = gated.failures().last();
+    ASSERT_TRUE(failure);
+    EXPECT_EQ(failure->text, "getInstance: no file");
+    EXPECT_EQ(failure->count, 2u);
+    EXPECT_GE(failure->last, failure->since);
 }
 
 }  // namespace

@@ -144,6 +144,8 @@ TEST_F(ReportGateTest, RefusesAReportThatThrows) {
         ReportGate gate = gateTo(target);
         EXPECT_FALSE(gate.notify(Report(new ThrowingIndication(thrown.thrower))));
         EXPECT_EQ(gate.counts().of(ReportFault::exception), 1u);
+        ASSERT_TRUE(gate.refusals().last());
+        EXPECT_EQ(gate.refusals().last()->text, std::string("a report was refused: ") + thrown.text);
         EXPECT_THAT(lines(),
                     ElementsAre(std::string("Refused 1 report(s) of provider files: ") + thrown.text));
     }
