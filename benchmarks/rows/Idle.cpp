@@ -43,7 +43,7 @@ std::vector<Measurement> ours(const Session& session) {
 void measureIdle(Session& session) {
     session.attempt(16, "idle", [&] {
         Worker worker([&] { return ours(session); });
-        const auto sides = measureInTurn(session.sized(5, 1), {session.side(worker)});
+        const auto sides = measureInTurn(session.sized(5, 3), {session.side(worker)});
         session.add(Row{.number = 16,
                         .what = "idle, 10,000 subscribers, of one core",
                         .placement = oneCore,

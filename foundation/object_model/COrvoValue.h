@@ -67,6 +67,8 @@ public:
     /// value, the last written into `digits`. Valid as long as this object and `digits`. The null view for
     /// other contents.
     std::string_view lentText(Digits& digits) const noexcept;
+    /// Asks for the memory of that text, which no cache may hold, without waiting for it.
+    void prefetchText() const noexcept;
 
 private:
     using Content = std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, ORVString,

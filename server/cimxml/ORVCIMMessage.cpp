@@ -69,7 +69,7 @@ public:
         _path[_depth++] = step->child;
     }
 
-    void endElement(std::string_view) override {
+    void endElement() override {
         if (_skipped > 0) {
             --_skipped;
             return;

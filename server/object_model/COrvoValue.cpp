@@ -298,6 +298,12 @@ ORVString COrvoValue::toString() const {
     return std::visit(Writer{*_type}, _content);
 }
 
+void COrvoValue::prefetchText() const noexcept {
+    if (const auto* text = std::get_if<ORVString>(&_content)) {
+        text->prefetch();
+    }
+}
+
 std::string_view COrvoValue::lentText(Digits& digits) const noexcept {
     const auto written = [&digits](auto number) -> std::string_view {
         const char* end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;

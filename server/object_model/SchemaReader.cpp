@@ -99,7 +99,7 @@ void SchemaReader::_startInClass(std::string_view name, const XMLAttributes& att
     }
 }
 
-void SchemaReader::endElement(std::string_view) {
+void SchemaReader::endElement() {
     if (_skipped > 0) {
         if (--_skipped == 0 && _inAssociationQualifier) {
             _inAssociationQualifier = false;

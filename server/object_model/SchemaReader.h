@@ -36,7 +36,7 @@ public:
     ORVString currentClass() const { return _inClass ? classes.back().name : ORVString(); }
 
     void startElement(std::string_view name, const XMLAttributes& attributes) override;
-    void endElement(std::string_view name) override;
+    void endElement() override;
     void characters(std::string_view text) override;
     bool wantsCharacters() const override { return _inAssociationQualifier; }
 

@@ -49,11 +49,14 @@ void CIMUtil::StreamMessageTrailer(std::ostream& stream) {
 void CIMUtil::StreamValue(std::ostream& stream, IOrvoValue& value, bool withElement, bool withNameSpace) {
     using References = velm::CIMXMLWriter::References;
     std::string xml;
-    velm::CIMXMLWriter writer(xml, withNameSpace ? References::withNamespace : References::withoutNamespace);
-    if (withElement || !isScalar(*value.getType())) {
-        writer.value(value);
-    } else if (!value.isNull()) {
-        writer.valueText(value);
+    {
+        velm::CIMXMLWriter writer(xml,
+                                  withNameSpace ? References::withNamespace : References::withoutNamespace);
+        if (withElement || !isScalar(*value.getType())) {
+            writer.value(value);
+        } else if (!value.isNull()) {
+            writer.valueText(value);
+        }
     }
     write(stream, xml);
 }

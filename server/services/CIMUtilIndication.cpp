@@ -20,36 +20,31 @@ namespace {
 
 using Kind = IOrvoIndication::ReportedKind;
 
-/// Most export messages fit without growing the text twice.
-constexpr std::size_t usualSize = 4096;
 /// What an unusually long message took is given back.
-constexpr std::size_t keptCapacity = std::size_t{64} * 1024;
+constexpr std::size_t keptSize = std::size_t{64} * 1024;
 
 /// The memory for one message: that of this thread's last one. A message that is written from inside another
 /// one finds none and takes its own.
 class MessageText {
 public:
-    MessageText() : _text(std::move(_kept())) {
-        _text.clear();
-        _text.reserve(usualSize);
-    }
+    MessageText() : _memory(std::move(_kept())) {}
     MessageText(const MessageText&) = delete;
     MessageText& operator=(const MessageText&) = delete;
     ~MessageText() {
-        if (_text.capacity() <= keptCapacity) {
-            _kept() = std::move(_text);
+        if (_memory.size() <= keptSize) {
+            _kept() = std::move(_memory);
         }
     }
 
-    std::string& get() { return _text; }
+    velm::TextEnd::Scratch scratch() { return {_memory}; }
 
 private:
     static std::string& _kept() {
-        static thread_local std::string text;
-        return text;
+        static thread_local std::string memory;
+        return memory;
     }
 
-    std::string _text;
+    std::string _memory;
 };
 
 /// A CIM datetime: yyyymmddhhmmss.mmmmmm+000.
@@ -181,7 +176,7 @@ void writeDelivery(velm::CIMXMLWriter& writer, const IOrvoIndication& indication
     const char* end =
         std::to_chars(digits, digits + sizeof digits, static_cast<unsigned int>(indication.getType())).ptr;
     writer.tags<"<PROPERTY NAME=\"IndicationType\" TYPE=\"uint16\"><VALUE>">();
-    writer.text({digits, static_cast<std::size_t>(end - digits)});
+    writer.tags({digits, static_cast<std::size_t>(end - digits)});
     writer.tags<"</VALUE></PROPERTY><PROPERTY NAME=\"IndicationKind\" TYPE=\"string\"><VALUE>">();
     const std::string_view name = COrvoDebugTools::indicationTypeName(kind.type);
     writer.text(name.data() ? name : COrvoDebugTools::indicationTypeToString(kind.type).view());
@@ -206,10 +201,10 @@ void writeExport(velm::CIMXMLWriter& writer, const Export& message) {
     writer.tags<
         "<SIMPLEEXPREQ><EXPMETHODCALL NAME=\"ExportIndication\"><EXPPARAMVALUE NAME=\"NewIndication\">"
         "<INSTANCE CLASSNAME=\"">();
-    writer.attributeText(kind.exportClassName);
+    writer.tags(kind.exportClassName);
     writer.tags<"\"><PROPERTY NAME=\"IndicationTime\" TYPE=\"datetime\"><VALUE>">();
     const Datetime time = datetimeOf(message.indication.getTime());
-    writer.text({time.data(), time.size()});
+    writer.tags({time.data(), time.size()});
     writer.tags<"</VALUE></PROPERTY>">();
     writeSource(writer, message.object, message.host, message.port, message.withSourceInstance);
     if (kind.type == IOrvoIndication::IndicationChange) {
@@ -226,8 +221,8 @@ void CIMUtil::StreamIndication(std::ostream& stream, IOrvoIndication& indication
     const auto* own = velm::ownObject<COrvoIndication>(indication);
     const auto object = own ? ORVSmrPtr<IOrvoObject>::none() : indication.getObject();
     MessageText message;
-    velm::CIMXMLWriter writer(message.get());
+    velm::CIMXMLWriter writer(message.scratch());
     writeExport(writer, {indication, own ? *own->object() : *object, localHost.view(), localPort.view(),
                          withSourceInstance, onChannel});
-    stream.write(message.get().data(), static_cast<std::streamsize>(message.get().size()));
+    stream.write(writer.written().data(), static_cast<std::streamsize>(writer.written().size()));
 }

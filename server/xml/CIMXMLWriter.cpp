@@ -4,6 +4,7 @@
 #include "foundation/object_model/COrvoType.h"
 #include "foundation/object_model/COrvoValue.h"
 #include "server/xml/LentParts.h"
+#include "server/xml/PlainText.h"
 
 #include <algorithm>
 #include <memory>
@@ -90,14 +91,6 @@ private:
     ORVString _name;
 };
 
-void CIMXMLWriter::_tags(std::string_view plain, std::string_view escapedOnce) {
-    if (_depth > 1) {
-        appendXMLTags(_xml, plain, _depth);
-    } else {
-        _xml.append(_depth == 0 ? plain : escapedOnce);
-    }
-}
-
 void CIMXMLWriter::property(std::string_view name, std::string_view type, std::string_view value) {
     tags<"<PROPERTY NAME=\"">();
     _openProperty(name, type);
@@ -121,10 +114,7 @@ void CIMXMLWriter::instance(const IOrvoObject& object) {
     attributeText(isNamed ? own->className().view() : classNameOf(object).view());
     tags<"\">">();
     if (own) {
-        fetchValues(*own);
-        for (const COrvoObject::Held& held : own->properties()) {
-            _heldProperty(held.name.view(), *held.value);
-        }
+        _heldProperties(*own);
     } else {
         const unsigned int count = object.getPropertyCount();
         for (unsigned int position = 0; position < count; ++position) {
@@ -140,22 +130,11 @@ void CIMXMLWriter::property(const IOrvoProperty& property) {
     _property(name.view(), *value);
 }
 
-void CIMXMLWriter::_heldProperty(std::string_view name, const IOrvoValue& value) {
-    const auto* own = _depth == 1 ? ownObject<COrvoValue>(value) : nullptr;
-    if (!own) {
-        _property(name, value);
-    } else if (!_knownProperty(name, *own)) {
-        const std::size_t start = _xml.size();
-        _property(name, value);
-        _rememberOpening(name, *own, start);
-    }
-}
-
 /// False, and nothing is written, when the property's opening is not known or its value is no text that is at
 /// hand.
-bool CIMXMLWriter::_knownProperty(std::string_view name, const COrvoValue& value) {
-    const std::string_view opening = _openings->find(name, value.type().Get());
-    if (!opening.data()) {
+inline bool CIMXMLWriter::_knownProperty(std::string_view name, const COrvoValue& value) {
+    const PropertyOpenings::Opening* const opening = _openings->find(name, value.type().Get());
+    if (!opening) {
         return false;
     }
     COrvoValue::Digits digits;
@@ -163,16 +142,39 @@ bool CIMXMLWriter::_knownProperty(std::string_view name, const COrvoValue& value
     if (!content.data()) {
         return false;
     }
-    _xml.append(opening);
-    appendXMLText(_xml, content, XMLContext::element, 1);
-    _xml.append(XMLMarkupForms<"</VALUE></PROPERTY>">::escapedOnce);
+    constexpr std::string_view closing = XMLMarkupForms<"</VALUE></PROPERTY>">::escapedOnce;
+    char* end = opening->copyTo(_xml.room(PropertyOpenings::Opening::room + content.size() + closing.size()));
+    if (plain::copy<XMLContext::element>(content, end)) {
+        end += content.size();
+        _xml.setEnd(end + closing.copy(end, closing.size()));
+    } else {
+        _xml.setEnd(end);
+        appendXMLText(_xml, content, XMLContext::element, 1);
+        _xml.append(closing);
+    }
     return true;
+}
+
+void CIMXMLWriter::_heldProperties(const COrvoObject& object) {
+    fetchValues(object);
+    for (const COrvoObject::Held& held : object.properties()) {
+        const std::string_view name = held.name.view();
+        const auto* own = _depth == 1 ? ownObject<COrvoValue>(*held.value) : nullptr;
+        if (own && _knownProperty(name, *own)) {
+            continue;
+        }
+        const std::size_t start = _xml.size();
+        _property(name, *held.value);
+        if (own) {
+            _rememberOpening(name, *own, start);
+        }
+    }
 }
 
 /// `start` is where the property was written. What is kept is the same for every value of its type.
 void CIMXMLWriter::_rememberOpening(std::string_view name, const COrvoValue& value, std::size_t start) {
     COrvoValue::Digits digits;
-    const std::string_view written = std::string_view(_xml).substr(start);
+    const std::string_view written = _xml.view().substr(start);
     constexpr std::string_view beginning = XMLMarkupForms<"><VALUE>">::escapedOnce;
     const std::size_t end = written.find(beginning);
     if (!value.lentText(digits).data() || end == std::string_view::npos ||

@@ -5,6 +5,7 @@
 #include "foundation/object_model/IOrvoProperty.h"
 #include "foundation/object_model/IOrvoValue.h"
 #include "server/xml/PropertyOpenings.h"
+#include "server/xml/TextEnd.h"
 #include "server/xml/XMLMarkup.h"
 #include "server/xml/XMLText.h"
 
@@ -12,14 +13,15 @@
 #include <string>
 #include <string_view>
 
+class COrvoObject;
 class COrvoValue;
 
 namespace velm {
 
 /// Appends CIM elements to a text: instances, properties, values and references (DSP0201).
 ///
-/// One thread uses it; the text must outlive it. Failure: what the object model throws, with half an element
-/// left in the text.
+/// One thread uses it. The text must outlive it, and is complete when it is destroyed. Failure: what the
+/// object model throws, with half an element left in the text.
 class CIMXMLWriter {
 public:
     enum class References { withNamespace, withoutNamespace };
@@ -30,8 +32,13 @@ public:
 
     explicit CIMXMLWriter(std::string& xml, References references = References::withNamespace)
         : _xml(xml), _references(references) {}
+    /// Into memory that is used again and again; written() is the text.
+    explicit CIMXMLWriter(TextEnd::Scratch scratch) : _xml(scratch), _references(References::withNamespace) {}
     CIMXMLWriter(const CIMXMLWriter&) = delete;
     CIMXMLWriter& operator=(const CIMXMLWriter&) = delete;
+
+    /// Valid until something else is written.
+    std::string_view written() const noexcept { return _xml.view(); }
 
     /// Markup that the caller knows to be right.
     void tags(std::string_view tags) { appendXMLTags(_xml, tags, _depth); }
@@ -39,7 +46,13 @@ public:
     /// The same for a literal, which costs less inside an embedded instance.
     template <XMLMarkup markup>
     void tags() {
-        _tags(XMLMarkupForms<markup>::plain, XMLMarkupForms<markup>::escapedOnce);
+        if (_depth == 0) {
+            _xml.append(XMLMarkupForms<markup>::plain);
+        } else if (_depth == 1) {
+            _xml.append(XMLMarkupForms<markup>::escapedOnce);
+        } else {
+            appendXMLTags(_xml, XMLMarkupForms<markup>::plain, _depth);
+        }
     }
 
     void text(std::string_view text) { appendXMLText(_xml, text, XMLContext::element, _depth); }
@@ -71,9 +84,8 @@ public:
 private:
     struct Type;
 
-    void _tags(std::string_view plain, std::string_view escapedOnce);
     void _property(std::string_view name, const IOrvoValue& value);
-    void _heldProperty(std::string_view name, const IOrvoValue& value);
+    void _heldProperties(const COrvoObject& object);
     bool _knownProperty(std::string_view name, const COrvoValue& value);
     void _rememberOpening(std::string_view name, const COrvoValue& value, std::size_t start);
     void _arrayProperty(std::string_view name, const IOrvoValue& value, const Type& type);
@@ -89,7 +101,7 @@ private:
     void _keyBinding(const COrvoKeyBinding& key);
     bool _isAbsent(const IOrvoValue& value, const Type& type) const;
 
-    std::string& _xml;
+    TextEnd _xml;
     const References _references;
     unsigned int _depth = 0;
     /// Those of this thread; null until an instance is embedded.

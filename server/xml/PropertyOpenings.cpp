@@ -1,5 +1,10 @@
 #include "server/xml/PropertyOpenings.h"
 
+#include "server/xml/PlainText.h"
+
+#include <algorithm>
+#include <cstdint>
+
 namespace velm {
 
 /// Requires: `name` is not empty.
@@ -9,30 +14,71 @@ std::size_t PropertyOpenings::_setOf(std::string_view name) noexcept {
            _setCount;
 }
 
-std::string_view PropertyOpenings::find(std::string_view name, const IOrvoType* type) const noexcept {
-    if (name.empty()) {
-        return {};
-    }
-    for (const Opening& opening : _sets[_setOf(name)].openings) {
-        if (opening.type == type && opening.nameSize == name.size() &&
-            std::string_view(opening.text).substr(before.size(), name.size()) == name) {
-            return opening.text;
-        }
-    }
-    return {};
+namespace {
+
+template <class Word>
+bool differ(const char* left, const char* right, std::size_t position) noexcept {
+    return plain::wordAt<Word>(left + position) != plain::wordAt<Word>(right + position);
 }
 
-void PropertyOpenings::keep(std::string_view name, const IOrvoType* type, std::string_view text) {
-    if (name.empty() || name.size() > _maxNameSize) {
+/// As memcmp(3), which costs a call: names are short. The last words overlap.
+bool areEqual(const char* left, const char* right, std::size_t size) noexcept {
+    using Word = std::uint64_t;
+    if (size < sizeof(Word)) {
+        return std::equal(left, left + size, right);
+    }
+    const std::size_t last = size - sizeof(Word);
+    for (std::size_t position = 0; position < last; position += sizeof(Word)) {
+        if (differ<Word>(left, right, position)) {
+            return false;
+        }
+    }
+    return !differ<Word>(left, right, last);
+}
+
+}  // namespace
+
+bool PropertyOpenings::Opening::isOf(std::string_view name, const IOrvoType* type) const noexcept {
+    return _type == type && _nameSize == name.size() &&
+           areEqual(_text.data() + before.size(), name.data(), name.size());
+}
+
+PropertyOpenings::Opening* PropertyOpenings::_search(std::string_view name, const IOrvoType* type) noexcept {
+    for (Opening& opening : _sets[_setOf(name)].openings) {
+        if (opening.isOf(name, type)) {
+            return &opening;
+        }
+    }
+    return nullptr;
+}
+
+const PropertyOpenings::Opening* PropertyOpenings::find(std::string_view name,
+                                                        const IOrvoType* type) noexcept {
+    if (name.empty()) {
+        return nullptr;
+    }
+    Opening* found = _last->_following;
+    if (!found->isOf(name, type)) {
+        found = _search(name, type);
+        if (!found) {
+            return nullptr;
+        }
+        _last->_following = found;
+    }
+    _last = found;
+    return found;
+}
+
+void PropertyOpenings::keep(std::string_view name, const IOrvoType* type, std::string_view text) noexcept {
+    if (name.empty() || text.size() > Opening::room) {
         return;
     }
     Set& set = _sets[_setOf(name)];
     Opening& opening = set.openings[set.next];
     set.next = (set.next + 1) % set.openings.size();
-    opening.type = nullptr;
-    opening.text = text;
-    opening.nameSize = name.size();
-    opening.type = type;
+    opening._type = type;
+    opening._nameSize = name.size();
+    opening._textSize = text.copy(opening._text.data(), text.size());
 }
 
 }  // namespace velm

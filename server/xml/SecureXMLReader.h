@@ -55,7 +55,8 @@ public:
 
     /// Names keep their prefix ("xml:lang"). The view is valid during the call.
     virtual void startElement(std::string_view name, const XMLAttributes& attributes) = 0;
-    virtual void endElement(std::string_view name) = 0;
+    /// The element that began last and has not ended yet, ends.
+    virtual void endElement() = 0;
 
     /// Text between elements and inside them, UTF-8, references and CDATA sections resolved. One text may
     /// come in several calls; a character is never split. The view is valid during the call.

@@ -1,19 +1,20 @@
 #include "server/xml/XMLText.h"
 
+#include "server/xml/PlainText.h"
+#include "server/xml/TextEnd.h"
 #include "server/xml/Utf8.h"
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 namespace velm {
 
 namespace {
 
 /// What a byte below 0x80 needs. Bytes above begin, or are, characters that have to be looked at whole.
-enum Kind : unsigned char { plain, escaped, forbidden, wide };
+enum Kind : unsigned char { literal, escaped, forbidden, wide };
 using Kinds = std::array<Kind, 256>;
 
 constexpr Kinds kindsIn(XMLContext context) {
@@ -24,7 +25,8 @@ constexpr Kinds kindsIn(XMLContext context) {
     for (std::size_t byte = 0x80; byte < 0x100; ++byte) {
         kinds[byte] = wide;
     }
-    kinds['\t'] = kinds['\n'] = kinds['"'] = kinds['\''] = context == XMLContext::attribute ? escaped : plain;
+    kinds['\t'] = kinds['\n'] = kinds['"'] = kinds['\''] =
+        context == XMLContext::attribute ? escaped : literal;
     kinds['&'] = kinds['<'] = kinds['>'] = kinds['\r'] = escaped;
     return kinds;
 }
@@ -36,67 +38,16 @@ Kind kindOf(const Kinds& kinds, char character) noexcept {
     return kinds[static_cast<unsigned char>(character)];
 }
 
-template <class Word>
-Word wordAt(const char* text) noexcept {
-    Word word;
-    std::memcpy(&word, text, sizeof word);
-    return word;
-}
-
-/// Whether each of the eight characters in `word` stands for itself. False also for some in attributes that
-/// need no escaping.
-template <XMLContext context>
-bool areEightPlain(std::uint64_t word) noexcept {
-    constexpr std::uint64_t each = 0x0101010101010101;
-    constexpr std::uint64_t highBits = each * 0x80;
-    const auto zeroBytes = [](std::uint64_t bytes) { return (bytes - each) & ~bytes; };
-    const std::uint64_t controls = (word - each * 0x20) & ~word;
-    const std::uint64_t angles = zeroBytes((word | each * 2) ^ (each * '>'));
-    if constexpr (context == XMLContext::element) {
-        const std::uint64_t ampersands = zeroBytes(word ^ (each * '&'));
-        return ((word | controls | angles | ampersands) & highBits) == 0;
-    } else {
-        const std::uint64_t ampersandsAndQuotes = zeroBytes((word | each) ^ (each * '\''));
-        const std::uint64_t doubleQuotes = zeroBytes(word ^ (each * '"'));
-        return ((word | controls | angles | ampersandsAndQuotes | doubleQuotes) & highBits) == 0;
-    }
-}
-
 template <XMLContext context>
 constexpr Kinds kindsOf = context == XMLContext::element ? kindsInElements : kindsInAttributes;
-
-constexpr std::size_t step = sizeof(std::uint64_t);
-
-/// Whether `text` can be written as it is; as areEightPlain(). The last words overlap.
-template <XMLContext context>
-bool isPlain(std::string_view text) noexcept {
-    const char* const begin = text.data();
-    if (text.size() < step / 2) {
-        return std::all_of(text.begin(), text.end(),
-                           [](char c) { return kindOf(kindsOf<context>, c) == plain; });
-    }
-    if (text.size() < step) {
-        const std::uint64_t last = wordAt<std::uint32_t>(begin + text.size() - step / 2);
-        return areEightPlain<context>(wordAt<std::uint32_t>(begin) | last << 32);
-    }
-    for (std::size_t position = 0; position + step < text.size(); position += step) {
-        if (!areEightPlain<context>(wordAt<std::uint64_t>(begin + position))) {
-            return false;
-        }
-    }
-    return areEightPlain<context>(wordAt<std::uint64_t>(begin + text.size() - step));
-}
 
 /// The first character from `position` on that has to be looked at; `end` when there is none.
 template <XMLContext context>
 const char* skipPlain(const char* position, const char* end) noexcept {
     for (;;) {
-        while (end - position >= static_cast<std::ptrdiff_t>(step) &&
-               areEightPlain<context>(wordAt<std::uint64_t>(position))) {
-            position += step;
-        }
-        const char* const stop = position + std::min<std::ptrdiff_t>(step, end - position);
-        while (position != stop && kindOf(kindsOf<context>, *position) == plain) {
+        position += plain::plainBlocks<context>({position, static_cast<std::size_t>(end - position)});
+        const char* const stop = position + std::min<std::ptrdiff_t>(plain::blockSize, end - position);
+        while (position != stop && kindOf(kindsOf<context>, *position) == literal) {
             ++position;
         }
         if (position == end || position != stop) {
@@ -129,21 +80,26 @@ std::string_view entityOf(char character) noexcept {
 }
 
 /// Appends a reference that was escaped `depth` times over.
-void appendEntity(std::string& xml, char character, unsigned int depth) {
-    xml += '&';
+template <class Text>
+void appendEntity(Text& xml, char character, unsigned int depth) {
+    xml.append(std::string_view("&"));
     for (unsigned int level = 0; level < depth; ++level) {
-        xml += "amp;";
+        xml.append(std::string_view("amp;"));
     }
-    xml += entityOf(character);
+    xml.append(entityOf(character));
 }
 
 bool isAllowed(const Utf8Character& character) noexcept {
     return character.isValid && character.value != 0xFFFE && character.value != 0xFFFF;
 }
 
-/// appendXMLText() for a text that isPlain() does not pass.
-template <XMLContext context>
-void appendEscaped(std::string& xml, std::string_view text, unsigned int depth) {
+std::string_view between(const char* begin, const char* end) noexcept {
+    return {begin, static_cast<std::size_t>(end - begin)};
+}
+
+/// appendXMLText() for a text that is not plain.
+template <XMLContext context, class Text>
+void appendEscaped(Text& xml, std::string_view text, unsigned int depth) {
     const char* runStart = text.data();
     const char* const end = runStart + text.size();
     const char* position = runStart;
@@ -158,22 +114,23 @@ void appendEscaped(std::string& xml, std::string_view text, unsigned int depth) 
                 continue;
             }
         }
-        xml.append(runStart, position);
+        xml.append(between(runStart, position));
         if (kind == escaped) {
             appendEntity(xml, *position, depth);
         } else {
-            xml += replacement;
+            xml.append(replacement);
         }
         position += length;
         runStart = position;
     }
-    xml.append(runStart, end);
+    xml.append(between(runStart, end));
 }
 
 template <XMLContext context>
-void append(std::string& xml, std::string_view text, unsigned int depth) {
-    if (isPlain<context>(text)) {
-        xml.append(text);
+void append(TextEnd& xml, std::string_view text, unsigned int depth) {
+    char* const start = xml.room(text.size());
+    if (plain::copy<context>(text, start)) {
+        xml.setEnd(start + text.size());
     } else {
         appendEscaped<context>(xml, text, depth);
     }
@@ -182,13 +139,18 @@ void append(std::string& xml, std::string_view text, unsigned int depth) {
 }  // namespace
 
 void appendXMLText(std::string& xml, std::string_view text, XMLContext context, unsigned int depth) {
+    context == XMLContext::element ? appendEscaped<XMLContext::element>(xml, text, depth)
+                                   : appendEscaped<XMLContext::attribute>(xml, text, depth);
+}
+
+void appendXMLText(TextEnd& xml, std::string_view text, XMLContext context, unsigned int depth) {
     context == XMLContext::element ? append<XMLContext::element>(xml, text, depth)
                                    : append<XMLContext::attribute>(xml, text, depth);
 }
 
-void appendXMLTags(std::string& xml, std::string_view tags, unsigned int depth) {
+void appendXMLTags(TextEnd& xml, std::string_view tags, unsigned int depth) {
     if (depth == 0) {
-        xml += tags;
+        xml.append(tags);
     } else {
         appendXMLText(xml, tags, XMLContext::element, depth - 1);
     }

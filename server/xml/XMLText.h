@@ -5,6 +5,8 @@
 
 namespace velm {
 
+class TextEnd;
+
 /// Where text stands in an XML document.
 enum class XMLContext { element, attribute };
 
@@ -19,8 +21,9 @@ enum class XMLContext { element, attribute };
 /// U+0020 other than TAB, LF and CR; U+FFFE and U+FFFF; each byte that is not part of a UTF-8 character,
 /// surrogates and overlong forms included.
 void appendXMLText(std::string& xml, std::string_view text, XMLContext context, unsigned int depth);
+void appendXMLText(TextEnd& xml, std::string_view text, XMLContext context, unsigned int depth);
 
 /// Appends tags. Requires: `tags` holds no character reference, and text in it needs no escaping.
-void appendXMLTags(std::string& xml, std::string_view tags, unsigned int depth);
+void appendXMLTags(TextEnd& xml, std::string_view tags, unsigned int depth);
 
 }  // namespace velm

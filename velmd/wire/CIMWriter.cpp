@@ -243,6 +243,17 @@ void writeNamespacePath(ElementWriter& writer, std::string_view nameSpace, std::
     writer.tags("</LOCALNAMESPACEPATH></NAMESPACEPATH>");
 }
 
+void writeInstanceName(ElementWriter& writer, const IOrvoInstanceName& name) {
+    writer.open("INSTANCENAME");
+    writer.attribute("CLASSNAME", name.getClassName().view());
+    writer.inside();
+    const auto keys = name.getKeyBindings();
+    for (const COrvoKeyBinding& key : *keys) {
+        writeKey(writer, key);
+    }
+    writer.end("INSTANCENAME");
+}
+
 }  // namespace
 
 bool CIMSelection::selects(std::string_view propertyName) const {
@@ -311,21 +322,14 @@ void writeInstance(std::string& xml, const IOrvoObject& instance, const CIMClass
 
 void writeInstanceName(std::string& xml, const IOrvoInstanceName& name) {
     ElementWriter writer(xml);
-    writer.open("INSTANCENAME");
-    writer.attribute("CLASSNAME", name.getClassName().view());
-    writer.inside();
-    const auto keys = name.getKeyBindings();
-    for (const COrvoKeyBinding& key : *keys) {
-        writeKey(writer, key);
-    }
-    writer.end("INSTANCENAME");
+    writeInstanceName(writer, name);
 }
 
 void writeInstancePath(std::string& xml, const IOrvoInstanceName& name, std::string_view host) {
     ElementWriter writer(xml);
     writer.tags("<INSTANCEPATH>");
     writeNamespacePath(writer, name.getNameSpace().view(), host);
-    writeInstanceName(xml, name);
+    writeInstanceName(writer, name);
     writer.tags("</INSTANCEPATH>");
 }
 

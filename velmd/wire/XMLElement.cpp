@@ -23,7 +23,7 @@ public:
         _open.push_back(std::move(element));
     }
 
-    void endElement(std::string_view) override {
+    void endElement() override {
         XMLElement closed = std::move(_open.back());
         _open.pop_back();
         if (_open.empty()) {

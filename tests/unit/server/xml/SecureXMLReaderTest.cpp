@@ -36,7 +36,8 @@ public:
     std::vector<XMLPosition> positions;
 
     void startElement(std::string_view name, const XMLAttributes& attributes) override {
-        record += "<" + std::string(name);
+        _open.emplace_back(name);
+        record += "<" + _open.back();
         for (std::size_t index = 0; index < attributes.size(); ++index) {
             record += " " + std::string(attributes.nameAt(index).view()) + "=" +
                       std::string(attributes.valueAt(index).view());
@@ -45,10 +46,16 @@ public:
         positions.push_back(position());
         atStart();
     }
-    void endElement(std::string_view name) override { record += "</" + std::string(name) + ">"; }
+    void endElement() override {
+        record += "</" + _open.back() + ">";
+        _open.pop_back();
+    }
     void characters(std::string_view text) override { record += text; }
 
     using XMLHandler::fail;
+
+private:
+    std::vector<std::string> _open;
 };
 
 std::string read(std::string_view text, const XMLLimits& limits = {},

@@ -1,5 +1,6 @@
 #include "server/xml/XMLText.h"
 
+#include "server/xml/TextEnd.h"
 #include "server/xml/XMLMarkup.h"
 
 #include <string>
@@ -16,13 +17,21 @@ constexpr auto attribute = XMLContext::attribute;
 std::string xmlOf(std::string_view text, XMLContext context, unsigned int depth = 0) {
     std::string xml;
     appendXMLText(xml, text, context, depth);
+    std::string sameXML = "before ";
+    {
+        TextEnd end(sameXML);
+        appendXMLText(end, text, context, depth);
+        EXPECT_EQ(end.size(), xml.size() + 7);
+    }
+    EXPECT_EQ(sameXML, "before " + xml);
     return xml;
 }
 
 std::string tagsOf(std::string_view tags, unsigned int depth) {
     std::string xml;
-    appendXMLTags(xml, tags, depth);
-    return xml;
+    TextEnd end(xml);
+    appendXMLTags(end, tags, depth);
+    return std::string(end.view());
 }
 
 TEST(XMLText, StaysAsItIs_WhenPlain) {
