@@ -38,6 +38,15 @@ std::array<std::uint64_t, size> valuesOf(const std::array<std::atomic<std::uint6
     return values;
 }
 
+/// Somebody may have set the clock meanwhile, and reporters may tell any time.
+std::chrono::nanoseconds latencyOf(DeliveryRecords::Time reported, DeliveryRecords::Time now) noexcept {
+    constexpr std::chrono::hours longest(24);
+    if (reported >= now) {
+        return std::chrono::nanoseconds::zero();
+    }
+    return reported < now - longest ? longest : now - reported;
+}
+
 }  // namespace
 
 void DeliveryRecords::noteDelivery(SubscriberRecord& subscriber, Time reported, Time now,
@@ -49,8 +58,7 @@ void DeliveryRecords::noteDelivery(SubscriberRecord& subscriber, Time reported, 
         add<std::uint64_t>(_improperAnswers, 1);
     }
     add<std::uint64_t>(_delivered, 1);
-    // Somebody may have set the clock meanwhile.
-    const std::chrono::nanoseconds latency = std::max(now - reported, Time::duration::zero());
+    const std::chrono::nanoseconds latency = latencyOf(reported, now);
     const auto& bounds = DeliveryLatency::bounds;
     const auto bound = std::lower_bound(bounds.begin(), bounds.end(), latency);
     add<std::uint64_t>(_latencies[static_cast<std::size_t>(bound - bounds.begin())], 1);
@@ -84,20 +92,25 @@ void DeliveryRecords::noteRemoval(CSubscriber& subscriber, RemovalReason reason)
     ++_removals[numberOf(reason)];
     _queued += removed.queued;
     _droppedFull += removed.droppedFull;
-    try {
-        _keep(std::move(removed));
-    } catch (const std::bad_alloc&) {
-        // No memory to remember it by.
-    }
+    _keep(std::move(removed));
 }
 
-void DeliveryRecords::_keep(Removed&& removed) {
-    if (removed.waiting != 0) {
-        _abandoned.push_back({removed.record, removed.waiting, passesBegun()});
+void DeliveryRecords::_keep(Removed&& removed) noexcept {
+    try {
+        if (removed.waiting != 0) {
+            _abandoned.push_back({removed.record, removed.waiting, passesBegun()});
+        }
+    } catch (const std::bad_alloc&) {
+        // What a pass may still take counts as dropped, then.
+        _droppedWithQueue += removed.waiting;
     }
-    _removed.push_back(std::move(removed));
-    if (_removed.size() > removedKept) {
-        _removed.pop_front();
+    try {
+        _removed.push_back(std::move(removed));
+        if (_removed.size() > removedKept) {
+            _removed.pop_front();
+        }
+    } catch (const std::bad_alloc&) {
+        // It is counted, and not listed.
     }
 }
 

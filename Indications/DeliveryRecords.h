@@ -81,7 +81,7 @@ private:
         std::uint64_t passesBegun;
     };
 
-    void _keep(Removed&& removed);
+    void _keep(Removed&& removed) noexcept;
     void _settle() noexcept;
 
     ReportCounts _reports;

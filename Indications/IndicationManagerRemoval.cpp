@@ -106,11 +106,13 @@ void CIndicationManager::removeAllSubscribers(bool informConnectionMontitor, boo
         const auto position = index == _subscribers.entries() ? _subscribers.last()
                                                               : std::next(_subscribers.begin(), index - 1);
         const ORVSmrPtr<CSubscriber> subscriber = *position;
+        bool isErased = false;
         try {
             if (informConnectionMontitor) {
                 _connectionMonitor->subscriptionChangeOccured();
             }
             _subscriberIndex.erase(_subscribers, position);
+            isErased = true;
         } catch (...) {
             if (!subscriber.IsNull()) {
                 logRemovalFailure(*subscriber->getSubscriberID());
@@ -118,7 +120,9 @@ void CIndicationManager::removeAllSubscribers(bool informConnectionMontitor, boo
         }
         if (!subscriber.IsNull()) {
             _deleteSubscriber(subscriber);
-            _noteRemoval(*subscriber);
+            if (isErased) {
+                _noteRemoval(*subscriber);
+            }
         }
     }
     lock.leave();

@@ -27,9 +27,13 @@ std::vector<ORVSmrPtr<CSubscriber>> CIndicationManager::_snapshot(velm::Indicati
 }
 
 velm::IndicationCounters CIndicationManager::getCounters() const {
-    velm::IndicationCounters counters;
-    for (const ORVSmrPtr<CSubscriber>& subscriber : _snapshot(counters)) {
-        add(counters, *subscriber);
+    ORVLockGuard lock(_indicationManagerLock, ORVLockGuard::forReading);
+    lock.enter();
+    velm::IndicationCounters counters = _records->counters();
+    for (const ORVSmrPtr<CSubscriber>& subscriber : _subscribers) {
+        if (!subscriber.IsNull()) {
+            add(counters, *subscriber);
+        }
     }
     return counters;
 }

@@ -217,9 +217,6 @@ bool CIndicationManager::unsubscribe(ORVSmrPtr<CSubscriberID> subscriberID,
     if (outcome == CSubscriberList::Outcome::noRow) {
         return false;
     }
-    if (const auto subscriber = findSubscriber(*subscriberID, true); !subscriber.IsNull()) {
-        subscriber->record()->noteUnsubscribed();
-    }
     if (outcome == CSubscriberList::Outcome::rowRemoved) {
         _updatePlace(key, *list, *subscriberID);
         if (list->isEmpty()) {

@@ -128,45 +128,71 @@ std::string textOfAnswerFailure() {
     }
 }
 
-/// What is wrong with the answer, empty when the listener answered with a return value of 0; logs the error
-/// when it answered with one.
-std::string faultOfAnswer(const ORVCIMMessage& message, const ORVString& host, const ORVString& port) {
-    constexpr const char* noReturnValue = "answered without a return value";
+/// Puts what `tell` answers into `fault`, or something that needs no memory. Answers false.
+template <class Tell>
+bool isFault(std::string& fault, Tell tell) noexcept {
+    try {
+        fault = tell();
+    } catch (...) {
+        fault = "improper answer";
+    }
+    return false;
+}
+
+/// Whether the listener answered with a return value of 0; logs the error when it answered with one.
+/// Otherwise `fault` says what is wrong.
+bool isGoodAnswer(const ORVCIMMessage& message, const ORVString& host, const ORVString& port,
+                  std::string& fault) {
+    const auto noReturnValue = [] { return "answered without a return value"; };
     const auto simpleExpRsp = message.getSimpleExpRsp();
     if (simpleExpRsp.IsNull()) {
-        return noReturnValue;
+        return isFault(fault, noReturnValue);
     }
     const auto methodResponse = simpleExpRsp->getMethodResponse();
     if (methodResponse.IsNull()) {
-        return noReturnValue;
+        return isFault(fault, noReturnValue);
     }
     const auto returnValue = methodResponse->getReturnValue();
     if (!returnValue.IsNull()) {
         const auto value = returnValue->getValue()->getSint32();
-        return value == 0 ? std::string() : "answered with return value " + std::to_string(value);
+        return value == 0 ||
+               isFault(fault, [value] { return "answered with return value " + std::to_string(value); });
     }
     const auto error = methodResponse->getError();
-    if (!error.IsNull()) {
-        logAnswer("An error was returned in the indication response from " + nameOf(host, port) + " - " +
-                  error->getDescription());
-        return textOf("answered with an error: ", error->getDescription());
+    if (error.IsNull()) {
+        return isFault(fault, noReturnValue);
     }
-    return noReturnValue;
+    logAnswer("An error was returned in the indication response from " + nameOf(host, port) + " - " +
+              error->getDescription());
+    return isFault(fault, [&] { return textOf("answered with an error: ", error->getDescription()); });
 }
 
-/// Takes note of a failure. Requires: an exception is being handled.
-void noteFailure(velm::DeliveryRecords& records, const CSubscriber& subscriber, DeliveryStage stage) {
-    velm::SubscriberRecord& record = *subscriber.record();
+struct Failure {
+    DeliveryFailure reason;
+    std::string text;
+};
+
+/// Requires: an exception is being handled.
+Failure currentFailure(DeliveryStage stage) {
     try {
         throw;
     } catch (const ORVNetException& exception) {
-        records.noteFailure(record, velm::failureReason(stage, exception.getCode()),
-                            exception.getMessage().view());
+        return {velm::failureReason(stage, exception.getCode()), textOf("", exception.getMessage())};
     } catch (const OrvoBaseException& exception) {
-        records.noteFailure(record, DeliveryFailure::other,
-                            textOf("The indication cannot be sent: ", exception.getMessage()));
+        return {DeliveryFailure::other, textOf("The indication cannot be sent: ", exception.getMessage())};
     } catch (...) {
-        records.noteFailure(record, DeliveryFailure::other, "The indication cannot be sent");
+        return {DeliveryFailure::other, "The indication cannot be sent"};
+    }
+}
+
+/// Takes note of a failure. Requires: an exception is being handled.
+void noteFailure(velm::DeliveryRecords& records, const CSubscriber& subscriber,
+                 DeliveryStage stage) noexcept {
+    try {
+        const Failure failure = currentFailure(stage);
+        records.noteFailure(*subscriber.record(), failure.reason, failure.text);
+    } catch (...) {
+        records.noteFailure(*subscriber.record(), DeliveryFailure::other, "The indication cannot be sent");
     }
 }
 
@@ -250,7 +276,7 @@ bool CIndicationNotifier::CDelivery::_fireNonPersistent(ORVSmrPtr<CSubscriber>& 
         _noteDelivery(*subscriber, *indication, fault);
         _logIndication(host, port, indication);
     } catch (...) {
-        handleFailure([&] { noteFailure(*_records, *subscriber, stage); });
+        noteFailure(*_records, *subscriber, stage);
         handleFailure([&] {
             logFireFailure(nameOf(host, port),
                            "Caught an Unknown exception attemptingto stream an indication to ");
@@ -283,7 +309,7 @@ bool CIndicationNotifier::CDelivery::_firePersistent(ORVSmrPtr<CSubscriber>& sub
         _noteDelivery(*subscriber, *indication, {});
         _logIndication(host, port, indication);
     } catch (...) {
-        handleFailure([&] { noteFailure(*_records, *subscriber, DeliveryStage::onChannel); });
+        noteFailure(*_records, *subscriber, DeliveryStage::onChannel);
         handleFailure([&] {
             // Scripts that watch the log tell the two ways apart by the blank in this text.
             logFireFailure(nameOf(host, port),
@@ -332,13 +358,12 @@ std::string CIndicationNotifier::CDelivery::_handleFireResponse(std::istream* in
         auto& stream = dynamic_cast<ORVGenericHTTPIStream&>(*in);
         ORVHTTPResponse().readResponseFrom(stream);
         const ORVCIMMessage message(stream, false, true);
-        fault = faultOfAnswer(message, host, port);
-        if (!fault.empty()) {
+        if (!isGoodAnswer(message, host, port, fault)) {
             logAnswer("An improper method response was received from : " + nameOf(host, port));
         }
     } catch (...) {
         handleFailure([&] { logAnswerFailure(nameOf(host, port)); });
-        handleFailure([&] { fault = textOfAnswerFailure(); });
+        isFault(fault, textOfAnswerFailure);
     }
     return fault;
 }

@@ -71,8 +71,9 @@ private:
             return;
         }
         for (const COrvoObject::Held& held : object->properties()) {
-            if (const auto* value = ownObject<COrvoValue>(*held.value)) {
-                value->prefetchText();
+            const IOrvoValue* const value = held.value.Get();
+            if (const auto* own = value ? ownObject<COrvoValue>(*value) : nullptr) {
+                own->prefetchText();
             }
         }
     }

@@ -24,7 +24,8 @@ struct Worse {
 
 /// What is worse than the part `tolerated` of what the file holds. A row that is as good as one could wish is
 /// never worse, one that failed always is, one with no limit beside it is when it misses its target, and rows
-/// that the file does not hold are passed over. Throws std::runtime_error when there is no such file or nothing in it for this kind of run.
+/// that the file does not hold are passed over. Throws std::runtime_error when there is no such file or
+/// nothing in it for this kind of run.
 std::vector<Worse> worseThanRecorded(const Report& report, const std::string& kindOfRun, double tolerated,
                                      const std::filesystem::path& file);
 

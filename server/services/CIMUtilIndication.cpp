@@ -201,7 +201,7 @@ void writeExport(velm::CIMXMLWriter& writer, const Export& message) {
     writer.tags<
         "<SIMPLEEXPREQ><EXPMETHODCALL NAME=\"ExportIndication\"><EXPPARAMVALUE NAME=\"NewIndication\">"
         "<INSTANCE CLASSNAME=\"">();
-    writer.tags(kind.exportClassName);
+    writer.attributeText(kind.exportClassName);
     writer.tags<"\"><PROPERTY NAME=\"IndicationTime\" TYPE=\"datetime\"><VALUE>">();
     const Datetime time = datetimeOf(message.indication.getTime());
     writer.tags({time.data(), time.size()});

@@ -83,6 +83,7 @@ CSubscriberList::Outcome CSubscriberList::unsubscribe(const CSubscriberID& subsc
             return Outcome::rowStays;
         }
         *referenceCount = --_unfiltered;
+        _subscriber->record()->noteUnsubscribed();
         if (_unfiltered > 0) {
             return Outcome::rowStays;
         }
@@ -95,6 +96,7 @@ CSubscriberList::Outcome CSubscriberList::unsubscribe(const CSubscriberID& subsc
         return Outcome::noRow;
     }
     (*row)->unsubscribe(type, filter, resultFilter, referenceCount);
+    (*row)->subscriber().record()->noteUnsubscribed();
     if ((*row)->willTriggerNotification()) {
         return Outcome::rowStays;
     }

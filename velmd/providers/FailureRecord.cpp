@@ -1,13 +1,16 @@
 #include "velmd/providers/FailureRecord.h"
 
+#include <algorithm>
 #include <new>
 #include <utility>
 
 namespace velm {
 
-void FailureRecord::note(const std::string& text) noexcept {
+void FailureRecord::note(std::string_view what, std::string_view text) noexcept {
     try {
-        std::string kept = text.substr(0, longestText);
+        std::string kept(what);
+        kept.append(text.substr(0, longestText));
+        kept.resize(std::min(kept.size(), longestText));
         const auto now = std::chrono::system_clock::now();
         const std::lock_guard guard(_lock);
         if (!_last) {

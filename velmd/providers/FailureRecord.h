@@ -5,6 +5,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace velm {
 
@@ -23,8 +24,8 @@ public:
     /// Longer texts are cut.
     static constexpr std::size_t longestText = 300;
 
-    /// Without memory for the text nothing is noted.
-    void note(const std::string& text) noexcept;
+    /// Notes `what` and `text`, one behind the other. Without memory for them nothing is noted.
+    void note(std::string_view what, std::string_view text) noexcept;
 
     std::optional<Failure> last() const;
 

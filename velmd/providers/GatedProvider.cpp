@@ -17,8 +17,17 @@ auto GatedProvider::_counted(const char* operation, Call call) {
         return call();
     } catch (...) {
         ++_failedCalls;
-        _failures.note(std::string(operation) + ": " + currentExceptionText());
+        _noteFailure(operation);
         throw;
+    }
+}
+
+/// Requires: an exception is being handled.
+void GatedProvider::_noteFailure(const char* operation) noexcept {
+    try {
+        _failures.note(operation, ": " + currentExceptionText());
+    } catch (...) {
+        // The call is counted; only the text is lost.
     }
 }
 

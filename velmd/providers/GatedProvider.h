@@ -41,6 +41,7 @@ public:
 private:
     template <class Call>
     auto _counted(const char* operation, Call call);
+    void _noteFailure(const char* operation) noexcept;
 
     IProvider& _provider;
     const ORVSmrPtr<IOrvoSubscriber> _gate;

@@ -43,7 +43,7 @@ bool ReportGate::_pass(const ORVSmrPtr<IOrvoIndication>& indication) {
 void ReportGate::_refuse(ReportFault fault, const std::string& text) {
     const std::uint64_t count = ++_refused[static_cast<std::size_t>(fault)];
     if (fault != ReportFault::closed) {
-        _refusals.note("a report was refused: " + text);
+        _refusals.note("a report was refused: ", text);
     }
     if (fault != ReportFault::closed && std::has_single_bit(count)) {
         ORVLog::log("ReportGate",

@@ -205,6 +205,22 @@ TEST_F(RecordedDelivery, PutsLatenciesWhereTheyBelong) {
     }
 }
 
+TEST_F(RecordedDelivery, CountsADayAtMost_WhateverTimeAReporterTells) {
+    DeliveryRecords records;
+    SubscriberRecord subscriber{{}};
+    const auto now = std::chrono::system_clock::now();
+    constexpr int count = 1000;
+    for (int index = 0; index < count; ++index) {
+        records.noteDelivery(subscriber, {}, now, {});
+        records.noteDelivery(subscriber, DeliveryRecords::Time::min(), now, {});
+        records.noteDelivery(subscriber, DeliveryRecords::Time::max(), now, {});
+    }
+    const auto latency = records.counters().latency;
+    EXPECT_EQ(latency.counts.back(), 2U * count);
+    EXPECT_EQ(latency.counts.front(), 1U * count);
+    EXPECT_EQ(latency.sum, 2 * count * 24h);
+}
+
 // ---------------------------------------------------------------------------------------------------------------
 // Answers: delivered all the same, with a text of their own.
 

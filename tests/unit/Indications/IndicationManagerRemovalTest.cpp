@@ -296,6 +296,7 @@ TEST_F(MonitoredRemoval, TakesTheTablesAwayAllTheSame_WhenTheMonitorFailsDuringT
     monitor->throws = true;
     EXPECT_NO_THROW(manager->removeAllSubscribers(true, true));
     EXPECT_THAT(hosts(), SizeIs(1));
+    EXPECT_THAT(manager->getStatus().removed, IsEmpty());
     EXPECT_FALSE(inspect(*manager).hasTableKey(file->toString()));
     EXPECT_THAT(
         log.records(),

@@ -109,7 +109,8 @@ TEST(SecureXMLReader, IgnoresCommentsAndProcessingInstructions) {
 
 TEST(SecureXMLReader, AnswersNullString_WhenAttributeIsAbsent) {
     struct Asker : Recorder {
-        void startElement(std::string_view, const XMLAttributes& attributes) override {
+        void startElement(std::string_view name, const XMLAttributes& attributes) override {
+            Recorder::startElement(name, attributes);
             EXPECT_EQ(attributes.value("NAME"), ORVString("v"));
             EXPECT_EQ(attributes.value("EMPTY"), ORVString(""));
             EXPECT_TRUE(attributes.value("NAM").isNull());
