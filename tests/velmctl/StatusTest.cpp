@@ -78,7 +78,8 @@ TEST_F(Status, TellsWhyAListenerHearsNothing) {
     EXPECT_EQ(result.exitCode, 9) << result.output;
     EXPECT_THAT(result.output,
                 AllOf(StartsWith(listener + "/1\n"), HasSubstr("What is sent to it does not arrive."),
-                      HasSubstr("velmctl ping-listener " + listener + "\n")));
+                      HasSubstr("velmctl ping-listener " + listener + "\n"),
+                      HasSubstr("velmctl unsubscribe CLASS --to " + listener + " --session 1")));
     const ProgramResult nobody = status({"127.0.0.1:1/7", "--json"});
     EXPECT_EQ(nobody.exitCode, 9);
     const auto lines = jsonLines(nobody.output);
@@ -92,12 +93,22 @@ TEST_F(Status, TellsThatAListenerIsWell) {
     const std::string address = "127.0.0.1:" + listener.port();
     subscribe(address);
     const ProgramResult before = status({address + "/1"});
-    EXPECT_EQ(before.exitCode, 9);
+    EXPECT_EQ(before.exitCode, 0);
     EXPECT_THAT(before.output, HasSubstr("Nothing was reported"));
     createComputer("moon");
     ASSERT_TRUE(listener.waitForRequests(1));
     EXPECT_TRUE(holdsInTime([&] { return status({address}).exitCode == 0; })) << status({address}).output;
     EXPECT_THAT(status({address}).output, HasSubstr("All is well"));
+}
+
+TEST_F(Status, DoesNotCountAListenerThatLeft) {
+    TerminalProcess listen(velmctlCommand(to({"listen", "CIM_ComputerSystem"})));
+    ASSERT_TRUE(listen.waitFor("Ctrl-C ends"));
+    EXPECT_THAT(status().output, ContainsRegex("127.0.0.1:[0-9]+/[0-9]+ +new "));
+    listen.typeControlC();
+    EXPECT_EQ(listen.wait(), 0);
+    EXPECT_THAT(status().output, AllOf(HasSubstr("Nobody is subscribed (+ 1 that left)."),
+                                       ContainsRegex("127.0.0.1:[0-9]+/[0-9]+ +left ")));
 }
 
 TEST_F(Status, TellsOfOneThatWasRemoved) {

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <limits>
 #include <optional>
+#include <sstream>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -44,8 +45,11 @@ Lines reportLines(const SubscriberReport& report, std::size_t width, const Outpu
     for (const std::string& line : wrapped(report.finding, width)) {
         lines.push_back(output.coloured(report.isWell ? Colour::green : Colour::red, line));
     }
-    for (const std::string& line : wrapped(report.advice, width)) {
-        lines.push_back(line);
+    std::istringstream ways(report.advice);
+    for (std::string way; std::getline(ways, way);) {
+        for (std::string& line : wrapped(way, width)) {
+            lines.push_back(std::move(line));
+        }
     }
     return lines;
 }

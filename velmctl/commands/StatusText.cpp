@@ -50,11 +50,19 @@ Lines healthLines(const ServerStatus& status, const StatusView& view, const Outp
     return lines;
 }
 
+std::int64_t stepOf(const ServerStatus& status) {
+    return std::max<std::int64_t>(1, status.rateStep.count());
+}
+
+/// How many steps the last minute has; fewer right after the start.
+std::size_t stepsOfLastMinute(const ServerStatus& status) {
+    const auto wanted = static_cast<std::size_t>(std::max<std::int64_t>(1, 60 / stepOf(status)));
+    return std::min(wanted, status.rates.size());
+}
+
 /// The mean of the steps of the last minute.
 Rate lastMinute(const ServerStatus& status) {
-    const auto step = std::max<std::int64_t>(1, status.rateStep.count());
-    const auto wanted = static_cast<std::size_t>(std::max<std::int64_t>(1, 60 / step));
-    const std::size_t count = std::min(wanted, status.rates.size());
+    const std::size_t count = stepsOfLastMinute(status);
     Rate mean;
     for (std::size_t index = status.rates.size() - count; index < status.rates.size(); ++index) {
         const double share = 1.0 / static_cast<double>(count);
@@ -64,6 +72,11 @@ Rate lastMinute(const ServerStatus& status) {
         mean.dropped += status.rates[index].dropped * share;
     }
     return mean;
+}
+
+std::string spanOfRates(const ServerStatus& status) {
+    const auto span = stepOf(status) * static_cast<std::int64_t>(stepsOfLastMinute(status));
+    return span < 60 ? fmt::format("last {} s", span) : "last minute";
 }
 
 std::string rateText(double rate) {
@@ -92,8 +105,10 @@ Lines countLines(const ServerStatus& status, const StatusView& view, const Outpu
                      {"dropped", true}});
     table.add({"since the start", counters.reported, counters.matched, counters.queued, counters.delivered,
                sumOf(counters.failed), sumOf(counters.dropped)});
-    table.add({"last minute", rateText(rate.reported), "", "", rateText(rate.delivered),
-               rateText(rate.failed), rateText(rate.dropped)});
+    if (!status.rates.empty()) {
+        table.add({spanOfRates(status), rateText(rate.reported), "-", "-", rateText(rate.delivered),
+                   rateText(rate.failed), rateText(rate.dropped)});
+    }
     for (const std::string& note :
          {countsText("failed", counters.failed), countsText("dropped", counters.dropped),
           countsText("subscribers removed", counters.removed)}) {
@@ -148,7 +163,14 @@ Lines providerLines(const ServerStatus& status, const StatusView& view, const Ou
     return lines;
 }
 
+bool isFailing(const Subscriber& subscriber) {
+    return subscriber.isFailing && !hasLeft(subscriber);
+}
+
 TextTable::Cell stateOf(const Subscriber& subscriber) {
+    if (hasLeft(subscriber)) {
+        return {"left", Colour::faint};
+    }
     if (subscriber.isFailing) {
         return {"failing", Colour::red};
     }
@@ -166,47 +188,61 @@ void addSubscriber(TextTable& table, const Subscriber& subscriber, Time now) {
     table.add({withForm(nameOf(subscriber), subscriber.isChannel), stateOf(subscriber), subscriber.waiting,
                subscriber.delivered, subscriber.failed + subscriber.dropped,
                subscriber.lastDelivery ? agoText(now, *subscriber.lastDelivery) : "never"});
-    if (subscriber.isFailing && subscriber.lastFailure) {
+    if (isFailing(subscriber) && subscriber.lastFailure) {
         table.addNote(failureText(*subscriber.lastFailure, now), Colour::red);
     }
-    if (subscriber.isFailing && subscriber.lastDrop) {
+    if (isFailing(subscriber) && subscriber.lastDrop) {
         table.addNote(failureText(*subscriber.lastDrop, now), Colour::yellow);
     }
 }
 
-/// Those that need somebody first.
+/// Those that need somebody first, and those that left last.
 std::vector<const Subscriber*> inOrder(const std::vector<Subscriber>& subscribers) {
     std::vector<const Subscriber*> order;
     for (const Subscriber& subscriber : subscribers) {
         order.push_back(&subscriber);
     }
-    std::ranges::stable_sort(order, [](const Subscriber* left, const Subscriber* right) {
-        return std::tuple(!left->isFailing, right->waiting) < std::tuple(!right->isFailing, left->waiting);
+    const auto rank = [](const Subscriber& subscriber) {
+        return hasLeft(subscriber) ? 2 : subscriber.isFailing ? 0 : 1;
+    };
+    std::ranges::stable_sort(order, [rank](const Subscriber* left, const Subscriber* right) {
+        return std::tuple(rank(*left), right->waiting) < std::tuple(rank(*right), left->waiting);
     });
     return order;
 }
 
+Lines headcountLines(const ServerStatus& status, const StatusView& view) {
+    const auto left = std::ranges::count_if(status.subscribers, hasLeft);
+    const auto present = std::ssize(status.subscribers) - left;
+    const std::string more = left == 0 ? "" : fmt::format(" (+ {} that left)", left);
+    if (present == 0) {
+        return wrapped(fmt::format("Nobody is subscribed{}. velmctl listen hears everything; velmctl "
+                                   "subscribe is for a listener of your own.",
+                                   more),
+                       view.width);
+    }
+    return left == 0 ? Lines{}
+                     : Lines{counted(static_cast<std::uint64_t>(present), "subscriber") + more + ":"};
+}
+
 Lines subscriberLines(const ServerStatus& status, const StatusView& view, const Output& output) {
+    Lines lines{""};
+    append(lines, headcountLines(status, view));
     if (status.subscribers.empty()) {
-        Lines lines{""};
-        append(lines, wrapped("Nobody is subscribed. velmctl listen hears everything; velmctl subscribe is "
-                              "for a listener of your own.",
-                              view.width));
         return lines;
     }
     TextTable table(
         {{"SUBSCRIBER"}, {"state"}, {"queue", true}, {"delivered", true}, {"lost", true}, {"last delivery"}});
-    std::size_t left = view.maxSubscribers;
+    std::size_t room = view.maxSubscribers;
     std::size_t hidden = 0;
     for (const Subscriber* subscriber : inOrder(status.subscribers)) {
-        if (subscriber->isFailing || left > 0) {
+        if (isFailing(*subscriber) || room > 0) {
             addSubscriber(table, *subscriber, status.now);
-            left -= subscriber->isFailing ? 0 : 1;
+            room -= isFailing(*subscriber) ? 0 : 1;
         } else {
             ++hidden;
         }
     }
-    Lines lines{""};
     append(lines, table.lines(view.width, output));
     if (hidden != 0) {
         lines.push_back(fmt::format("... and {} that do not fail; --all shows them", hidden));
@@ -274,6 +310,10 @@ std::string failureText(const Failure& failure, Time now) {
     }
     return fmt::format("{} ({} times since {}, last {})", printable(failure.text), failure.count,
                        agoText(now, failure.since), last);
+}
+
+bool hasLeft(const Subscriber& subscriber) {
+    return subscriber.subscriptions == 0 && subscriber.waiting == 0;
 }
 
 bool isHealthy(const ServerStatus& status) {

@@ -46,7 +46,12 @@ struct StatusView {
     std::size_t maxSubscribers = 40;
 };
 
-/// Health, counts, rates, providers, and the subscribers, those that fail first. Any thread.
+/// Whether it took back all that it subscribed to, and nothing waits for it. The daemon forgets it by itself,
+/// when it has not heard of it for a while.
+bool hasLeft(const status::Subscriber& subscriber);
+
+/// Health, counts, rates, providers, and the subscribers, those that fail first and those that left last. Any
+/// thread.
 std::vector<std::string> statusLines(const status::ServerStatus& status, const StatusView& view,
                                      const Output& output);
 

@@ -49,22 +49,29 @@ void addDetails(SubscriberReport& report, const Subscriber& subscriber, Time now
     addFailure(report, "last odd answer", subscriber.lastImproperAnswer, now);
 }
 
-/// Why it hears nothing although nothing fails; from what keeps everything away to what keeps single
-/// indications away.
-void explainQuiet(SubscriberReport& report, const ServerStatus& status, const Subscriber& subscriber) {
+/// What keeps everything away from it although nothing fails. Answers whether there is such a thing.
+bool explainAbsence(SubscriberReport& report, const ServerStatus& status, const Subscriber& subscriber) {
     if (!isHealthy(status)) {
         report.finding = "The daemon is not ready to deliver: " +
                          (status.isReady ? "indications are switched off" : printable(status.notReady)) + ".";
         report.advice = "velmctl status shows the daemon's own state; its log tells more.";
     } else if (subscriber.subscriptions == 0) {
-        report.finding = "It is known, but is subscribed to nothing.";
+        report.finding = "It is subscribed to nothing, or no longer; the daemon forgets it by itself.";
         report.advice = fmt::format("Subscribe: velmctl subscribe CLASS --to {}{}", addressOf(subscriber),
                                     sessionOption(subscriber.session));
-    } else if (subscriber.queued == 0 && status.counters.reported == 0) {
+    } else {
+        return false;
+    }
+    return true;
+}
+
+/// Why it heard nothing yet although it will. Answers whether that is so.
+bool explainQuiet(SubscriberReport& report, const ServerStatus& status, const Subscriber& subscriber) {
+    if (subscriber.queued == 0 && status.counters.reported == 0) {
         report.finding = "Nothing was reported to the daemon yet, by a provider or by a client.";
         report.advice = "Make something happen: velmctl emit create CLASS NAME=VALUE";
     } else if (subscriber.queued == 0) {
-        report.finding = fmt::format("None of the {} fits what it is subscribed to.",
+        report.finding = fmt::format("None of the {} fits what it is subscribed to, or it subscribed later.",
                                      counted(status.counters.reported, "reported event"));
         report.advice = "Compare: velmctl dump shows what it is subscribed to, velmctl listen what happens.";
     } else if (subscriber.delivered == 0 && subscriber.waiting != 0) {
@@ -74,8 +81,9 @@ void explainQuiet(SubscriberReport& report, const ServerStatus& status, const Su
                                                 : fmt::format("{} indications are", subscriber.waiting));
         report.advice = "Look again in a moment; a slow listener elsewhere delays all: velmctl status";
     } else {
-        report.isWell = true;
+        return false;
     }
+    return true;
 }
 
 void explainWell(SubscriberReport& report, const Subscriber& subscriber) {
@@ -93,21 +101,28 @@ void explainWell(SubscriberReport& report, const Subscriber& subscriber) {
     }
 }
 
+std::string adviceForFailing(const Subscriber& subscriber) {
+    if (subscriber.isChannel) {
+        return "Close the connection and open the channel anew.";
+    }
+    const std::string address = addressOf(subscriber);
+    return fmt::format(
+        "Start the listener or mend it, then try: velmctl ping-listener {}\n"
+        "To be rid of it: velmctl unsubscribe CLASS --to {} --session {}, with what velmctl dump shows of it",
+        address, address, printable(subscriber.session));
+}
+
 SubscriberReport reportOf(const ServerStatus& status, const Subscriber& subscriber) {
     SubscriberReport report;
     report.name = nameOf(subscriber);
     addDetails(report, subscriber, status.now);
-    if (subscriber.isFailing) {
+    if (subscriber.isFailing && !hasLeft(subscriber)) {
         report.finding = "What is sent to it does not arrive.";
-        report.advice = subscriber.isChannel ? "Close the connection and open the channel anew."
-                                             : fmt::format(
-                                                   "Start the listener or mend it, then try: velmctl "
-                                                   "ping-listener {}",
-                                                   addressOf(subscriber));
+        report.advice = adviceForFailing(subscriber);
         return report;
     }
-    explainQuiet(report, status, subscriber);
-    if (report.isWell) {
+    report.isWell = !explainAbsence(report, status, subscriber);
+    if (report.isWell && !explainQuiet(report, status, subscriber)) {
         explainWell(report, subscriber);
     }
     return report;

@@ -14,10 +14,10 @@ struct SubscriberReport {
     std::string name;
     /// What is known: "queue", "3 wait".
     std::vector<std::pair<std::string, std::string>> details;
-    /// What follows from it, and the next step to take, a sentence each.
+    /// What follows from it, and the next step to take; of several ways each on a line of its own.
     std::string finding;
     std::string advice;
-    /// It is subscribed, and nothing fails.
+    /// It is subscribed, and nothing fails; also when it heard nothing yet.
     bool isWell = false;
 };
 

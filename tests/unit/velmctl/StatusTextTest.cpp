@@ -37,6 +37,7 @@ ServerStatus busyStatus() {
         subscriber.host = "127.0.0.1";
         subscriber.port = std::to_string(5990 + index);
         subscriber.session = "1";
+        subscriber.subscriptions = 2;
         subscriber.lastDelivery = now - 3s;
         status.subscribers.push_back(subscriber);
     }
@@ -75,10 +76,42 @@ TEST(StatusText, TellsTheHealthFirst) {
 TEST(StatusText, CountsIndications_AndTellsTheLastMinute) {
     const std::string text = textOf(busyStatus());
     EXPECT_THAT(text, testing::ContainsRegex("since the start +120 +80 +80 +75 +3 +2\n"));
-    EXPECT_THAT(text, testing::ContainsRegex("last minute +3.00/s +1.50/s +0/s +0/s\n"));
+    EXPECT_THAT(text, testing::ContainsRegex("last minute +3.00/s +- +- +1.50/s +0/s +0/s\n"));
     EXPECT_THAT(text, HasSubstr("failed: connection refused 3\n"));
     EXPECT_THAT(text, HasSubstr("dropped: earlier one failed 2\n"));
     EXPECT_THAT(text, HasSubstr("half within 0.5 s, 99 of 100 within 2 s."));
+}
+
+TEST(StatusText, TellsOfHowManySecondsItKnows_RightAfterTheStart) {
+    ServerStatus status = busyStatus();
+    status.rateStep = 5s;
+    status.rates = {{1, 1, 0, 0}, {3, 1, 0, 0}};
+    EXPECT_THAT(textOf(status), testing::ContainsRegex("last 10 s +2.00/s +- +- +1.00/s +0/s +0/s\n"));
+    status.rates.clear();
+    EXPECT_THAT(textOf(status), Not(HasSubstr("/s ")));
+}
+
+TEST(StatusText, HasThoseThatLeftLast_AndDoesNotCountThem) {
+    ServerStatus status = busyStatus();
+    status.subscribers[0].subscriptions = 0;
+    status.subscribers[2].subscriptions = 0;
+    const std::string text = textOf(status);
+    EXPECT_THAT(text, HasSubstr("\n1 subscriber (+ 2 that left):\nSUBSCRIBER"));
+    EXPECT_LT(text.find("127.0.0.1:5991/1"), text.find("127.0.0.1:5990/1"));
+    EXPECT_THAT(text, testing::ContainsRegex("127.0.0.1:5990/1 +left "));
+    EXPECT_THAT(text, testing::ContainsRegex("127.0.0.1:5992/1 +left "));
+    EXPECT_THAT(text, Not(HasSubstr("times since")));
+    status.subscribers[0].waiting = 1;
+    EXPECT_THAT(textOf(status), testing::ContainsRegex("127.0.0.1:5990/1 +ok "));
+    EXPECT_THAT(textOf(busyStatus()), Not(HasSubstr("that left")));
+}
+
+TEST(StatusText, TellsThatNobodyIsSubscribed_WhenAllHaveLeft) {
+    ServerStatus status = busyStatus();
+    for (Subscriber& subscriber : status.subscribers) {
+        subscriber.subscriptions = 0;
+    }
+    EXPECT_THAT(textOf(status), HasSubstr("Nobody is subscribed (+ 3 that left). velmctl listen"));
 }
 
 TEST(StatusText, HasThoseThatFailFirst_WithTheirErrors) {

@@ -59,6 +59,14 @@ const Case cases[]{
          it.lastFailure = Failure{"failed to connect", now - 5min, now - 1s, 3};
      },
      false, "does not arrive", "velmctl ping-listener 127.0.0.1:5990"},
+    {"FailingForGood", [](auto&, Subscriber& it) { it.isFailing = true; }, false, "does not arrive",
+     "\nTo be rid of it: velmctl unsubscribe CLASS --to 127.0.0.1:5990 --session 1"},
+    {"FailedBeforeItLeft",
+     [](auto&, Subscriber& it) {
+         it.isFailing = true;
+         it.subscriptions = 0;
+     },
+     false, "subscribed to nothing", "velmctl subscribe CLASS"},
     {"FailingChannel", [](auto&, Subscriber& it) { it.isFailing = it.isChannel = true; }, false,
      "does not arrive", "open the channel anew"},
     {"NotReady",
@@ -76,15 +84,15 @@ const Case cases[]{
          all.counters.reported = 0;
          it.queued = it.delivered = 0;
      },
-     false, "Nothing was reported", "velmctl emit"},
-    {"NothingFits", [](auto&, Subscriber& it) { it.queued = it.delivered = 0; }, false,
+     true, "Nothing was reported", "velmctl emit"},
+    {"NothingFits", [](auto&, Subscriber& it) { it.queued = it.delivered = 0; }, true,
      "None of the 10 reported events", "velmctl dump"},
     {"OnTheWay",
      [](auto&, Subscriber& it) {
          it.delivered = 0;
          it.waiting = 1;
      },
-     false, "1 indication is on the way", "Look again"},
+     true, "1 indication is on the way", "Look again"},
     {"OddAnswers", [](auto&, Subscriber& it) { it.improperAnswers = 1; }, true, "not all were answered",
      "velmctl ping-listener 127.0.0.1:5990"},
     {"LostSome", [](auto&, Subscriber& it) { it.dropped = 3; }, true, "has lost indications", "log"},
