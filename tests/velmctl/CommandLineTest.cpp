@@ -58,6 +58,18 @@ TEST(CommandLine, SuggestsNothing_WhenNothingIsNear) {
                 AllOf(HasSubstr("there is no command 'xyzzy'."), Not(HasSubstr("did you mean"))));
 }
 
+TEST(CommandLine, IsRefusedInJSON_WhenJSONIsWanted) {
+    for (const Words& words : {Words{"--json", "lisen"}, Words{"listen", "--json", "--cuont", "1"},
+                               Words{"listen", "--port", "x", "--json"}, Words{"instances", "--json"}}) {
+        const ProgramResult result = runVelmctl(words);
+        EXPECT_EQ(result.exitCode, 2);
+        const auto lines = jsonLines(result.output);
+        ASSERT_EQ(lines.size(), 1U) << result.output;
+        EXPECT_TRUE(lines[0].contains("error"));
+        EXPECT_EQ(lines[0].at("exitCode"), 2);
+    }
+}
+
 TEST(CommandLine, TellsWhatIsMissing) {
     EXPECT_THAT(runVelmctl({}).output, HasSubstr("no command was given; there are status, listen, channel,"));
     EXPECT_THAT(runVelmctl({"instances"}).output, HasSubstr("CLASS is required"));

@@ -54,6 +54,12 @@ TEST_F(Dump, IsAnObjectForEachRow_WhenJSONIsWanted) {
     EXPECT_TRUE(isThere) << result.output;
 }
 
+TEST_F(Dump, SaysThatNobodyIsSubscribed) {
+    EXPECT_EQ(dump().output, "Nobody is subscribed.\n");
+    EXPECT_EQ(dump({"--json"}).output, R"({"subscriptions":[],"relationships":[]})"
+                                       "\n");
+}
+
 TEST_F(Dump, IsAsTheDaemonWritesIt_WhenHTMLIsWanted) {
     EXPECT_THAT(dump({"--html"}).output,
                 HasSubstr("<TABLE BORDER><TR><TH>Instance Name</TH><TH>Subscriber</TH><TH>Filter</TH></TR>"));

@@ -97,6 +97,10 @@ TEST_F(Emit, PassesOnWhatTheDaemonRefuses) {
     const ProgramResult again = emit({"create", "EX_Sampler", "Id=7"});
     EXPECT_EQ(again.exitCode, 4);
     EXPECT_THAT(again.output, HasSubstr("CIM status 11 (CIM_ERR_ALREADY_EXISTS): "));
+    const ProgramResult gone = emit({"delete", "EX_Sampler", "Id=8"});
+    EXPECT_THAT(gone.output, HasSubstr("velmctl instances CLASS --names"));
+    const ProgramResult misspelt = emit({"create", "EX_None", "Id=7"});
+    EXPECT_THAT(misspelt.output, HasSubstr("velmctl classes shows those that there are"));
     const ProgramResult unknown = emit({"create", "EX_None", "Id=7", "--json"});
     EXPECT_EQ(unknown.exitCode, 4);
     EXPECT_EQ(jsonLines(unknown.output).at(0).at("exitCode").as_int64(), 4);

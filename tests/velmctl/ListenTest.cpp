@@ -224,6 +224,45 @@ TEST_F(Listen, RefusesAnAddressOfAnotherMachine) {
     EXPECT_THAT(result.output, HasSubstr("'0.0.0.0' is not this machine"));
 }
 
+TEST(ListenAtTheDaemonsPort, IsRefused) {
+    const RefusingPort port;
+    const std::string address = "127.0.0.1:" + port.port();
+    for (const std::string& server : {address, "localhost:" + port.port()}) {
+        const ProgramResult result = runVelmctl({"listen", "--port", port.port(), "--server", server});
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_THAT(result.output,
+                    HasSubstr(server + " is the daemon's own address; give the listener another --port"));
+    }
+}
+
+TEST_F(Listen, RefusesNumbersThatMakeNoSense) {
+    const struct {
+        Words words;
+        const char* told;
+    } cases[] = {
+        {{"--port", "70000"}, "--port: '70000' is no number from 0 to 65535"},
+        {{"--count", "0"}, "--count: '0' is no number from 1 on"},
+        {{"--count", "-1"}, "--count: '-1' is no number from 1 on"},
+        {{"--heartbeat", "soon"}, "--heartbeat: 'soon' is no number from 1 to 86400"},
+        {{"--session", "4294967296"}, "--session: '4294967296' is no number from 0 to 4294967295"},
+    };
+    for (const auto& [words, told] : cases) {
+        Words command{"listen"};
+        command.insert(command.end(), words.begin(), words.end());
+        const ProgramResult result = runVelmctl(to(command));
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_THAT(result.output, HasSubstr(told));
+    }
+}
+
+TEST_F(Listen, TellsWhatAPathIs_WhenAnInstanceIsNone) {
+    for (const char* path : {"bla", "CIM_ComputerSystem.Name"}) {
+        const ProgramResult result = runVelmctl(to({"listen", "--instance", path}));
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_THAT(result.output, HasSubstr(R"(a path is NS:CLASS.KEY="VALUE")"));
+    }
+}
+
 TEST_F(Listen, TellsWhatTheDaemonRefuses_AndLeavesNothingBehind) {
     const ProgramResult result = runVelmctl(to({"listen", "CIM_ComputerSystem", "EX_None"}));
     EXPECT_EQ(result.exitCode, 4);

@@ -25,8 +25,8 @@ TEST(NoDaemon, IsToldHowToStartOne) {
         const ProgramResult result = runVelmctl({command, "--server", "127.0.0.1:" + port.port()});
         EXPECT_EQ(result.exitCode, 3);
         EXPECT_EQ(result.output, "velmctl: nobody listens on 127.0.0.1:" + port.port() +
-                                     ". Start the daemon with: velmd --port " + port.port() +
-                                     ", or name another with --server HOST:PORT\n");
+                                     ". Start the daemon: systemctl start velmd, or velmd --port " +
+                                     port.port() + ". Or name another with --server HOST:PORT\n");
     }
 }
 

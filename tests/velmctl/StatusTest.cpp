@@ -101,6 +101,16 @@ TEST_F(Status, TellsThatAListenerIsWell) {
     EXPECT_THAT(status({address}).output, HasSubstr("All is well"));
 }
 
+TEST_F(Status, KnowsTheSessions_WhenOneIsTakenBackThatIsNot) {
+    const RefusingPort port;
+    const std::string listener = "127.0.0.1:" + port.port();
+    subscribe(listener);
+    const ProgramResult result =
+        runVelmctl(to({"unsubscribe", "CIM_ComputerSystem", "--to", listener, "--session", "2"}));
+    EXPECT_EQ(result.exitCode, 4);
+    EXPECT_THAT(result.output, HasSubstr("; subscribed there: session 1\n"));
+}
+
 TEST_F(Status, DoesNotCountAListenerThatLeft) {
     TerminalProcess listen(velmctlCommand(to({"listen", "CIM_ComputerSystem"})));
     ASSERT_TRUE(listen.waitFor("Ctrl-C ends"));
@@ -170,7 +180,8 @@ TEST(StatusOfNobody, IsToldHowToStartADaemon) {
     for (const char* command : {"status", "dump"}) {
         const ProgramResult result = runVelmctl({command, "--server", "127.0.0.1:" + port.port()});
         EXPECT_EQ(result.exitCode, 3);
-        EXPECT_THAT(result.output, HasSubstr("Start the daemon with: velmd --port " + port.port()));
+        EXPECT_THAT(result.output,
+                    HasSubstr("Start the daemon: systemctl start velmd, or velmd --port " + port.port()));
     }
     EXPECT_EQ(runVelmctl({"status", "nobody"}).exitCode, 2);
 }

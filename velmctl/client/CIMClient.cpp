@@ -2,6 +2,7 @@
 
 #include "foundation/utilities/OrvoBaseException.h"
 #include "velmctl/client/ClientError.h"
+#include "velmd/model/CIMStatus.h"
 #include "velmd/wire/CIMReader.h"
 #include "velmd/wire/CIMWriter.h"
 #include "velmd/wire/XMLElement.h"
@@ -28,6 +29,19 @@ auto understand(Reading reading) {
         failUnreadable(error.what());
     } catch (const OrvoBaseException& error) {
         failUnreadable(error.getMessage().view());
+    }
+}
+
+/// Servers say that there is no such class with either of two statuses; callers know one.
+template <class Calling>
+Elements refusingClass(Calling call) {
+    try {
+        return call();
+    } catch (const ClientError& error) {
+        if (error.status() != static_cast<int>(CIMStatus::notFound)) {
+            throw;
+        }
+        throw ClientError(error.kind(), error.what(), static_cast<int>(CIMStatus::invalidClass));
     }
 }
 
@@ -86,7 +100,7 @@ std::vector<std::string> namesIn(const Elements& elements) {
 CIMClass CIMClient::getClass(const std::string& name) {
     auto parameters = ofClass(name);
     parameters.emplace_back("LocalOnly", WBEMClient::value("FALSE"));
-    const Elements found = _client.callForElements("GetClass", parameters);
+    const Elements found = refusingClass([&] { return _client.callForElements("GetClass", parameters); });
     return understand([&] { return readClass(only(found, "class")); });
 }
 

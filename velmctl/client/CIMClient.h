@@ -32,7 +32,8 @@ public:
     explicit CIMClient(const HostPort& server, std::string nameSpace = routedNamespace)
         : _client(server, std::move(nameSpace)) {}
 
-    /// With all that the class inherits, qualifiers included.
+    /// With all that the class inherits, qualifiers included. A class that is not there is refused with the
+    /// status of an invalid class, whichever the server gave.
     CIMClass getClass(const std::string& name);
 
     /// Every class below `root`, without `root`; every class there is when it is empty.

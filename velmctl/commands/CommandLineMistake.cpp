@@ -4,6 +4,9 @@
 #include "velmctl/output/Text.h"
 #include "velmd/model/CIMName.h"
 
+#include <charconv>
+#include <limits>
+
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -85,6 +88,22 @@ CLI::Validator oneOf(const std::vector<std::string>& words) {
                            meant.empty() ? "" : fmt::format("; did you mean '{}'?", meant));
     };
     return {check, fmt::format("{{{}}}", fmt::join(words, ","))};
+}
+
+CLI::Validator numberFrom(std::uint64_t least, std::uint64_t most) {
+    const auto check = [least, most](std::string& text) -> std::string {
+        std::uint64_t number = 0;
+        const char* end = text.data() + text.size();
+        const auto [stop, failure] = std::from_chars(text.data(), end, number);
+        if (failure == std::errc() && stop == end && number >= least && number <= most) {
+            return {};
+        }
+        const std::string bounds = most == std::numeric_limits<std::uint64_t>::max()
+                                       ? fmt::format("{} on", least)
+                                       : fmt::format("{} to {}", least, most);
+        return fmt::format("'{}' is no number from {}", shortened(text, quotedSize), bounds);
+    };
+    return {check, ""};
 }
 
 }  // namespace velm

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -28,5 +29,8 @@ std::string adviceForMistake(const CLI::App& program);
 /// Takes one of `words`, letter case ignored, and gives it in its own spelling; anything else is refused with
 /// the word that was probably meant. The words stand in the help and in completions.
 CLI::Validator oneOf(const std::vector<std::string>& words);
+
+/// Takes a whole number of this range, written in decimal digits.
+CLI::Validator numberFrom(std::uint64_t least, std::uint64_t most);
 
 }  // namespace velm

@@ -63,6 +63,9 @@ void printRelationships(const DiagnosticTables& tables, Output& output) {
 }
 
 void writeJson(const DiagnosticTables& tables, Output& output) {
+    if (tables.subscriptions.empty() && tables.relationships.empty()) {
+        output.json(Json::object().add("subscriptions", Json::array()).add("relationships", Json::array()));
+    }
     for (const Subscription& row : tables.subscriptions) {
         output.json(Json::object()
                         .add("table", "subscriptions")
@@ -101,6 +104,8 @@ public:
         const DiagnosticTables tables = DiagnosticTables::read(html);
         if (output.writesJson()) {
             writeJson(tables, output);
+        } else if (tables.subscriptions.empty() && tables.relationships.empty() && !tables.isCutOff) {
+            output.line("Nobody is subscribed.");
         } else {
             printSubscriptions(tables, output);
             printRelationships(tables, output);

@@ -1,6 +1,9 @@
 #include "velmctl/commands/IndicationPrinter.h"
 
+#include "velmctl/commands/CommandLineMistake.h"
 #include "velmctl/output/Text.h"
+
+#include <limits>
 
 #include <CLI/CLI.hpp>
 #include <fmt/chrono.h>
@@ -34,7 +37,9 @@ std::string isoTime(ExportMessage::Time time) {
 void PrintOptions::declare(CLI::App& command) {
     command.add_flag("--xml", asDocument, "Print the documents as they arrive");
     command.add_flag("--short", withShortNames, "Name objects by their Name rather than their path");
-    command.add_option("--count", count, "End after so many indications")->type_name("N");
+    command.add_option("--count", count, "End after so many indications")
+        ->type_name("N")
+        ->check(numberFrom(1, std::numeric_limits<std::uint64_t>::max()));
 }
 
 void IndicationPrinter::print(const ExportMessage& message) {

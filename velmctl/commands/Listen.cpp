@@ -1,6 +1,7 @@
 #include "velmctl/client/ClientError.h"
 #include "velmctl/client/ExportListener.h"
 #include "velmctl/commands/Command.h"
+#include "velmctl/commands/CommandLineMistake.h"
 #include "velmctl/commands/Ending.h"
 #include "velmctl/commands/ExitCode.h"
 #include "velmctl/commands/IndicationPrinter.h"
@@ -9,6 +10,7 @@
 #include "velmctl/commands/SubscriptionOptions.h"
 #include "velmctl/output/Text.h"
 
+#include <algorithm>
 #include <thread>
 #include <utility>
 
@@ -116,19 +118,22 @@ public:
         _printing.declare(*command);
         command->add_option("--address", _address, "Loopback address to listen on; default: 127.0.0.1")
             ->type_name("ADDRESS");
-        command->add_option("--port", _port, "Port to listen on; default: a free one")->type_name("PORT");
+        command->add_option("--port", _port, "Port to listen on; default: a free one")
+            ->type_name("PORT")
+            ->check(numberFrom(0, 65535));
         _session.declare(*command);
         declareServer(*command, common);
         return command;
     }
 
     int run(const CommonOptions& common, Output& output) override {
+        const HostPort server = common.serverAddress();
+        _requireAnotherAddress(server);
         Ending ending;
         IndicationPrinter printer(_printing, _subscriptions, output, ending);
         ExportListener listener(
             {_address, std::to_string(_port)}, [&](const ExportMessage& message) { printer.print(message); },
             [&](const std::string& problem) { output.notice(problem); });
-        const HostPort server = common.serverAddress();
         Subscriber subscriber(server, WBEMClient::subscriber(listener.address(), _session.number()),
                               _subscriptions.subscriptionsAt(server), _session.patience());
         const Serving serving(listener);
@@ -143,6 +148,18 @@ public:
     }
 
 private:
+    /// Where no daemon keeps it from its port, the listener would wait for an answer of its own.
+    void _requireAnotherAddress(const HostPort& server) const {
+        if (server.port != std::to_string(_port)) {
+            return;
+        }
+        const auto addresses = loopbackAddresses(server.host);
+        if (std::ranges::find(addresses, loopbackAddresses(_address).front()) != addresses.end()) {
+            throw CommandLineMistake(fmt::format(
+                "{} is the daemon's own address; give the listener another --port, or none", server.text()));
+        }
+    }
+
     static void _unsubscribe(Subscriber& subscriber, std::uint64_t count, Output& output) {
         const std::string heard = counted(count, "indication") + ".";
         try {

@@ -8,6 +8,7 @@
 #include "velmctl/commands/LogReader.h"
 #include "velmctl/output/Text.h"
 
+#include <limits>
 #include <optional>
 #include <utility>
 
@@ -94,7 +95,9 @@ public:
             ->transform(oneOf({"on", "off", "mark", "clear", "tail"}))
             ->type_name("")
             ->required();
-        command->add_option("-l,--lines", _lines, "How many lines tail shows; default: 10")->type_name("N");
+        command->add_option("-l,--lines", _lines, "How many lines tail shows; default: 10")
+            ->type_name("N")
+            ->check(numberFrom(0, std::numeric_limits<std::size_t>::max()));
         command->add_flag("-f,--follow", _follows, "tail: go on with what is added, until Ctrl-C");
         declareServer(*command, common);
         return command;

@@ -1,5 +1,6 @@
 #include "velmctl/client/ListenerProbe.h"
 #include "velmctl/commands/Command.h"
+#include "velmctl/commands/CommandLineMistake.h"
 #include "velmctl/commands/ExitCode.h"
 #include "velmctl/commands/HeaderFindings.h"
 #include "velmctl/output/Text.h"
@@ -70,7 +71,7 @@ public:
             ->add_option("--timeout", _seconds,
                          "Seconds for connecting and for the answer; default: 30, as the daemon's")
             ->type_name("SECONDS")
-            ->check(CLI::Range(1, 3600));
+            ->check(numberFrom(1, 3600));
         command->add_flag("--xml", _withDocument, "Print the document that was sent, too");
         return command;
     }

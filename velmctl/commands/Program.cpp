@@ -8,9 +8,11 @@
 #include "velmctl/commands/VersionCheck.h"
 #include "velmd/model/CIMStatus.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <map>
+#include <string_view>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -53,11 +55,14 @@ void declareCommon(CLI::App& app, CommonOptions& common) {
     app.add_flag("--json", common.writesJson, "Write JSON, one object a line")->group("Common");
 }
 
-std::string adviceFor(CIMStatus status) {
+std::string adviceFor(CIMStatus status, const CommonOptions& common) {
+    const bool isUsual = common.nameSpace == CommonOptions().nameSpace;
     switch (status) {
         case CIMStatus::invalidClass:
+            return fmt::format("velmctl classes{} shows those that there are",
+                               isUsual ? "" : " --namespace " + common.nameSpace);
         case CIMStatus::invalidNamespace:
-            return "velmctl classes --namespace NS shows the classes of a namespace";
+            return isUsual ? "" : fmt::format("Leave out --namespace for {}", CommonOptions().nameSpace);
         case CIMStatus::notFound:
             return "velmctl instances CLASS --names shows those that there are";
         default:
@@ -74,7 +79,8 @@ std::string adviceFor(const ClientError& error, const CommonOptions& common) {
             return "velmctl talks to this machine only: 127.0.0.1, ::1 or localhost";
         case Kind::noServer:
             return fmt::format(
-                "Start the daemon with: velmd --port {}, or name another with --server HOST:PORT",
+                "Start the daemon: systemctl start velmd, or velmd --port {}. Or name another with --server "
+                "HOST:PORT",
                 common.serverAddress().port);
         case Kind::noAnswer:
             return "Look at the daemon's log; it may be stopped or overloaded";
@@ -83,7 +89,7 @@ std::string adviceFor(const ClientError& error, const CommonOptions& common) {
         case Kind::cannotListen:
             return "Choose another with --address and --port; --port 0 is a free one";
         case Kind::refused:
-            return adviceFor(static_cast<CIMStatus>(error.status()));
+            return adviceFor(static_cast<CIMStatus>(error.status()), common);
         case Kind::badAddress:
         case Kind::unknownPage:
             break;
@@ -140,19 +146,20 @@ public:
         try {
             _app.parse(argc, argv);
         } catch (const CLI::ParseError& reason) {
-            return _leave(reason);
+            // A parse that failed has set no flag.
+            const bool wantsJson = std::find(argv, argv + argc, std::string_view("--json")) != argv + argc;
+            return _leave(reason, wantsJson);
         }
         Output output(_common.writesJson);
         return _guarded(*_commands.at(_app.get_subcommands().front()), output);
     }
 
 private:
-    int _leave(const CLI::ParseError& reason) {
+    int _leave(const CLI::ParseError& reason, bool writesJson) {
         if (reason.get_exit_code() == 0) {
             return _app.exit(reason);
         }
-        Output(_common.writesJson)
-            .error(describeMistake(_app, reason), adviceForMistake(_app), ExitCode::usage);
+        Output(writesJson).error(describeMistake(_app, reason), adviceForMistake(_app), ExitCode::usage);
         return ExitCode::usage;
     }
 

@@ -1,6 +1,9 @@
 #include "velmctl/commands/SessionOptions.h"
 
+#include "velmctl/commands/CommandLineMistake.h"
+
 #include <algorithm>
+#include <limits>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -8,12 +11,14 @@
 namespace velm {
 
 void SessionOptions::declare(CLI::App& command) {
-    command.add_option("--session", _session, "Session number; default: the process's own")->type_name("N");
+    command.add_option("--session", _session, "Session number; default: the process's own")
+        ->type_name("N")
+        ->check(numberFrom(0, std::numeric_limits<unsigned int>::max()));
     command
         .add_option("--heartbeat", _heartbeat,
                     "Seconds between two heartbeats, each of which is a look at the daemon; default: 20")
         ->type_name("SECONDS")
-        ->check(CLI::Range(1, 86400));
+        ->check(numberFrom(1, 86400));
 }
 
 unsigned int SessionOptions::number() const {

@@ -2,6 +2,7 @@
 #include "velmctl/client/FaceClient.h"
 #include "velmctl/client/StatusReader.h"
 #include "velmctl/commands/Command.h"
+#include "velmctl/commands/CommandLineMistake.h"
 #include "velmctl/commands/Ending.h"
 #include "velmctl/commands/ExitCode.h"
 #include "velmctl/commands/StatusText.h"
@@ -78,7 +79,7 @@ public:
         command->add_flag("-w,--watch", _watches, "Show it again and again, until Ctrl-C");
         command->add_option("--interval", _interval, "Seconds between two looks with --watch; default: 1")
             ->type_name("SECONDS")
-            ->check(CLI::Range(1, 86400));
+            ->check(numberFrom(1, 86400));
         command->add_flag("--all", _showsAll, "List every subscriber, however many there are");
         declareServer(*command, common);
         return command;

@@ -1,11 +1,18 @@
+#include "velmctl/client/FaceClient.h"
+#include "velmctl/client/StatusReader.h"
 #include "velmctl/commands/Command.h"
+#include "velmctl/commands/CommandLineMistake.h"
 #include "velmctl/commands/ExitCode.h"
+#include "velmctl/commands/StatusText.h"
 #include "velmctl/commands/Subscriber.h"
 #include "velmctl/commands/SubscriptionOptions.h"
 #include "velmctl/output/Text.h"
 
+#include <limits>
+
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 namespace velm {
 
@@ -20,7 +27,8 @@ protected:
             ->type_name("LISTENER")
             ->required();
         command.add_option("--session", _session, "Session number of the listener; default: 1")
-            ->type_name("N");
+            ->type_name("N")
+            ->check(numberFrom(0, std::numeric_limits<unsigned int>::max()));
         declareServer(command, common);
     }
 
@@ -42,6 +50,24 @@ protected:
         } else {
             output.line(fmt::format("{} {} session {}: {}", what, listener().text(), _session,
                                     counted(subscriber.size(), "subscription")));
+        }
+    }
+
+    /// Empty, or what to say of the sessions that are subscribed at the listener's address.
+    std::string sessionsKnown(const HostPort& server) const {
+        try {
+            const SubscriberName name{listener(), {}};
+            std::vector<std::string> sessions;
+            for (const auto& subscriber : readStatus(FaceClient(server).status()).subscribers) {
+                if (name.names(subscriber) && !hasLeft(subscriber)) {
+                    sessions.push_back(subscriber.session);
+                }
+            }
+            return sessions.empty()
+                       ? ""
+                       : fmt::format("; subscribed there: session {}", fmt::join(sessions, ", "));
+        } catch (const std::runtime_error&) {
+            return {};  // It is a hint only.
         }
     }
 
@@ -80,7 +106,8 @@ public:
         Subscriber unwanted = subscriber(common);
         if (!unwanted.unsubscribe()) {
             output.error("the daemon has no such subscription, or not all of them",
-                         "Give the options with which it was made, --to and --session included",
+                         "Give the options with which it was made, --to and --session included" +
+                             sessionsKnown(common.serverAddress()),
                          ExitCode::refused);
             return ExitCode::refused;
         }

@@ -1,11 +1,15 @@
 #include "velmctl/commands/SubscriptionOptions.h"
 
+#include "foundation/object_model/COrvoInstanceName.h"
+#include "foundation/utilities/OrvoBaseException.h"
 #include "velmctl/client/CIMClient.h"
 #include "velmctl/commands/CommandLineMistake.h"
+#include "velmd/model/CIMName.h"
 
 #include <algorithm>
 
 #include <CLI/CLI.hpp>
+#include <fmt/format.h>
 
 namespace velm {
 
@@ -14,6 +18,19 @@ namespace {
 constexpr const char* change = "Change";
 constexpr const char* creation = "Creation";
 constexpr const char* destruction = "Destruction";
+
+void requireInstance(const std::string& path) {
+    constexpr const char* form =
+        R"(a path is NS:CLASS.KEY="VALUE", as velmctl instances CLASS --names shows it)";
+    try {
+        if (COrvoInstanceName::parse(ORVString(path))->getKeyProperties().length() == 0) {
+            throw CommandLineMistake(
+                fmt::format("--instance: {} names no instance; {}", quotedPath(path), form));
+        }
+    } catch (const OrvoBaseException& error) {
+        throw CommandLineMistake(fmt::format("--instance: {}; {}", error.getMessage().view(), form));
+    }
+}
 
 bool isOfAssociation(const std::string& event) {
     return event != change && event != creation && event != destruction;
@@ -63,6 +80,9 @@ bool SubscriptionOptions::_wants(const std::string& event) const {
 void SubscriptionOptions::_check() const {
     if (!instance.empty() && !classes.empty()) {
         throw CommandLineMistake("--instance names one instance, so that no class can stand beside it");
+    }
+    if (!instance.empty()) {
+        requireInstance(instance);
     }
     const auto wanted = _wantedEvents();
     const bool ofAssociation = std::any_of(wanted.begin(), wanted.end(), isOfAssociation);

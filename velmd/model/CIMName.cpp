@@ -12,7 +12,6 @@ namespace velm {
 namespace {
 
 constexpr std::size_t maxNameLength = 256;
-constexpr std::size_t maxQuoted = 60;
 
 constexpr char lower(char letter) noexcept {
     return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
@@ -74,10 +73,10 @@ std::string checkedNamespace(std::string_view nameSpace) {
 }
 
 std::string QuoteText::operator()(std::string_view text) const {
-    if (text.size() <= maxQuoted) {
+    if (text.size() <= most) {
         return fmt::format("'{}'", text);
     }
-    std::size_t end = maxQuoted;
+    std::size_t end = most;
     while (end > 0 && continuesCharacter(text[end])) {
         --end;
     }

@@ -26,11 +26,14 @@ std::string checkedNamespace(std::string_view nameSpace);
 
 /// quoted(text): the text in single quotes for a message, cut to 60 bytes, at the end of a character, with
 /// dots behind what is left. Messages quote what clients send this way, so that none is longer than what it
-/// explains. An object, so that std::quoted is not taken in its place for a std::string.
+/// explains. quotedPath(text) is the same for the path of an instance, and leaves 200 bytes, so that its keys
+/// are seen. Objects, so that std::quoted is not taken in their place for a std::string.
 struct QuoteText {
+    std::size_t most;
     std::string operator()(std::string_view text) const;
 };
-inline constexpr QuoteText quoted;
+inline constexpr QuoteText quoted{60};
+inline constexpr QuoteText quotedPath{200};
 
 /// For containers keyed by CIM names, searched by std::string_view without a copy.
 struct CIMNameHash {

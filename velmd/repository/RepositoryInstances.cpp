@@ -12,7 +12,8 @@ namespace velm {
 namespace {
 
 [[noreturn]] void refuseInstance(const IOrvoInstanceName& name) {
-    throwStatus(CIMStatus::notFound, fmt::format("there is no instance {}", quoted(name.toString().view())));
+    throwStatus(CIMStatus::notFound,
+                fmt::format("there is no instance {}", quotedPath(name.toString().view())));
 }
 
 /// The instance with this name, which is in canonical form; a null handle when there is none.

@@ -149,7 +149,7 @@ ORVSmrPtr<IOrvoObject> Repository::State::Turn::createInstance(std::string_view 
     const auto name = _names.canonicalObject(*keys, nullptr, entry.name)->getInstanceName();
     if (_instances.has(name->toString())) {
         throwStatus(CIMStatus::alreadyExists,
-                    fmt::format("there is an instance {} already", quoted(name->toString().view())));
+                    fmt::format("there is an instance {} already", quotedPath(name->toString().view())));
     }
     auto instance = _names.canonicalObject(*completed, name, entry.name);
     _instances.add(entry.classId(itsClass->name()), *itsClass, *instance);

@@ -54,9 +54,9 @@ ORVSmrPtr<IOrvoObject> withKeys(const IOrvoObject& object, const IOrvoInstanceNa
         if (property.IsNull() || property->getValue()->isNull()) {
             result->setProperty(key.name, key.value);
         } else if (property->getValue()->toString() != key.value->toString()) {
-            throwStatus(CIMStatus::failed,
-                        fmt::format("the key {} of {} is {}", key.name.view(), quoted(name.toString().view()),
-                                    quoted(property->getValue()->toString().view())));
+            throwStatus(CIMStatus::failed, fmt::format("the key {} of {} is {}", key.name.view(),
+                                                       quotedPath(name.toString().view()),
+                                                       quoted(property->getValue()->toString().view())));
         }
     }
     return handle;
@@ -156,7 +156,7 @@ ORVSmrPtr<IOrvoObject> Instances::get(const IOrvoInstanceName& name, std::string
     const auto object = find(canonical);
     if (object.IsNull()) {
         throwStatus(CIMStatus::notFound,
-                    fmt::format("there is no instance {}", quoted(canonical->toString().view())));
+                    fmt::format("there is no instance {}", quotedPath(canonical->toString().view())));
     }
     return object;
 }

@@ -58,9 +58,11 @@ TEST(CheckedNamespace, IsRefused_WhenItIsNoSequenceOfNames) {
     }
 }
 
-TEST(QuotedText, StandsWhole_UpToSixtyBytes) {
+TEST(QuotedText, StandsWhole_UpToSixtyBytes_APathUpToTwoHundred) {
     EXPECT_EQ(quoted(""), "''");
     EXPECT_EQ(quoted(std::string(60, 'x')), "'" + std::string(60, 'x') + "'");
+    EXPECT_EQ(quotedPath(std::string(200, 'x')), "'" + std::string(200, 'x') + "'");
+    EXPECT_EQ(quotedPath(std::string(201, 'x')), "'" + std::string(200, 'x') + "...'");
     EXPECT_EQ(quoted(std::string(61, 'x')), "'" + std::string(60, 'x') + "...'");
 }
 
