@@ -74,6 +74,8 @@ TEST(CommandLine, TellsWhatIsMissing) {
     EXPECT_THAT(runVelmctl({}).output, HasSubstr("no command was given; there are status, listen, channel,"));
     EXPECT_THAT(runVelmctl({"instances"}).output, HasSubstr("CLASS is required"));
     EXPECT_THAT(runVelmctl({"subscribe", "CIM_DataFile"}).output, HasSubstr("--to is required"));
+    EXPECT_THAT(runVelmctl({"listen", "--count"}).output, HasSubstr("velmctl: --count needs a value. "));
+    EXPECT_THAT(runVelmctl({"listen", "-e"}).output, HasSubstr("velmctl: --event needs a value. "));
     EXPECT_THAT(runVelmctl({"listen", "-e", "addition"}).output, HasSubstr("need --end-one and --end-two"));
     EXPECT_THAT(runVelmctl({"ping-listener", "localhost"}).output, HasSubstr("'localhost' is not HOST:PORT"));
 }

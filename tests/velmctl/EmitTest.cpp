@@ -97,6 +97,9 @@ TEST_F(Emit, PassesOnWhatTheDaemonRefuses) {
     const ProgramResult again = emit({"create", "EX_Sampler", "Id=7"});
     EXPECT_EQ(again.exitCode, 4);
     EXPECT_THAT(again.output, HasSubstr("CIM status 11 (CIM_ERR_ALREADY_EXISTS): "));
+    const ProgramResult stranger =
+        emit({"delete", "CIM_ComputerSystem", "Name=a-computer-that-is-not-there"});
+    EXPECT_THAT(stranger.output, HasSubstr("Name=\"a-computer-that-is-not-there\"'"));
     const ProgramResult gone = emit({"delete", "EX_Sampler", "Id=8"});
     EXPECT_THAT(gone.output, HasSubstr("velmctl instances CLASS --names"));
     const ProgramResult misspelt = emit({"create", "EX_None", "Id=7"});

@@ -49,6 +49,11 @@ const CLI::App& parsedCommand(const CLI::App& program) {
     return parsed.empty() ? program : *parsed.front();
 }
 
+/// As the parser tells of an option without its value: "--count: 1 required N missing".
+bool isAboutMissing(std::string_view text) {
+    return text.find(": 1 required ") != std::string_view::npos && text.ends_with(" missing");
+}
+
 }  // namespace
 
 std::string describeMistake(const CLI::App& program, const CLI::ParseError& reason) {
@@ -65,6 +70,9 @@ std::string describeMistake(const CLI::App& program, const CLI::ParseError& reas
     }
     if (program.get_subcommands().empty()) {
         return fmt::format("no command was given; there are {}", fmt::join(subcommandNames(program), ", "));
+    }
+    if (const std::string_view text = reason.what(); isAboutMissing(text)) {
+        return fmt::format("{} needs a value", text.substr(0, text.find(':')));
     }
     return reason.what();
 }
