@@ -59,7 +59,7 @@ struct RemovedSubscriber {
     std::string session;
     bool isChannel = false;
     Time when;
-    /// "delivery failed", "expired", "channel closed", "channel replaced" and so on.
+    /// "delivery failed", "expired", "left", "channel closed" and so on.
     std::string reason;
     std::uint64_t delivered = 0;
     std::uint64_t failed = 0;

@@ -30,6 +30,7 @@ TEST(DescribedCounters, NameEveryReasonAndRule_AlsoThoseThatNeverHappened) {
     EXPECT_THAT(described.dropped, UnorderedElementsAre(Pair("queue full", 0), Pair("earlier one failed", 0),
                                                         Pair("subscriber removed", 3)));
     EXPECT_EQ(described.removed.at("channel replaced"), 4U);
+    EXPECT_EQ(described.removed.at("left"), 0U);
 }
 
 TEST(DescribedLatency, IsInSeconds_WithWhatIsBeyondTheLastBoundApart) {
