@@ -106,11 +106,11 @@ void addProviders(const ServerStatus& status, std::vector<std::string>& reasons)
 }  // namespace
 
 Standing standingOf(const Subscriber& subscriber, Time now) {
-    if (subscriber.isFailing) {
-        return Standing::failing;
-    }
     if (hasLeft(subscriber)) {
         return Standing::left;
+    }
+    if (subscriber.isFailing) {
+        return Standing::failing;
     }
     if (isRecent(subscriber.lastDrop, now)) {
         return Standing::dropped;
@@ -122,7 +122,7 @@ Standing standingOf(const Subscriber& subscriber, Time now) {
 }
 
 bool hasLeft(const Subscriber& subscriber) {
-    return subscriber.subscriptions == 0 && subscriber.waiting == 0 && !subscriber.isFailing;
+    return subscriber.subscriptions == 0 && subscriber.waiting == 0;
 }
 
 std::size_t subscribedCount(const ServerStatus& status) {

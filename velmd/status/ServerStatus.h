@@ -42,7 +42,8 @@ struct Subscriber {
     std::uint64_t dropped = 0;
     std::optional<Time> lastDelivery;
     std::optional<Time> lastHeartbeat;
-    /// What the delivery thread last hit, and has not got over since when `isFailing`.
+    /// What the delivery thread last hit, and has not got over since when `isFailing`. Who has no
+    /// subscription, and for whom nothing waits, does not fail: nothing is sent to it any more.
     std::optional<Failure> lastFailure;
     bool isFailing = false;
     /// "12 dropped because an earlier one failed". The count is that of the indications.

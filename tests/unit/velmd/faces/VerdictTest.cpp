@@ -163,8 +163,6 @@ TEST(Standing, IsThatOfOneWhoLeft_WithoutSubscriptionsAndQueue) {
     EXPECT_EQ(standingOf(subscriber, now), Standing::left);
     subscriber.lastDrop = Failure{"x", now - 1h, now - 1min, 1};
     EXPECT_EQ(standingOf(subscriber, now), Standing::left) << "nobody misses it";
-    subscriber.isFailing = true;
-    EXPECT_EQ(standingOf(subscriber, now), Standing::failing);
 }
 
 TEST(Verdict, CountsNobodyWhoLeft) {

@@ -84,6 +84,19 @@ TEST(DescribedSubscriber, TellsAllThatTheLibraryKnows) {
     EXPECT_FALSE(described.lastDrop);
 }
 
+TEST(DescribedSubscriber, DoesNotFail_WhenNothingIsSentToItAnyMore) {
+    SubscriberStatus subscriber;
+    subscriber.figures.lastFailure = SubscriberRecord::Note{"refused", start, start, 1};
+    subscriber.figures.isFailing = true;
+    EXPECT_FALSE(describe(subscriber).isFailing);
+    EXPECT_TRUE(describe(subscriber).lastFailure);
+    subscriber.waiting = 1;
+    EXPECT_TRUE(describe(subscriber).isFailing);
+    subscriber.waiting = 0;
+    subscriber.figures.subscriptions = 1;
+    EXPECT_TRUE(describe(subscriber).isFailing);
+}
+
 TEST(DescribedSubscriber, TellsWhyItWasRemoved) {
     RemovedSubscriberStatus removed;
     removed.subscriber.host = "a";
