@@ -26,6 +26,15 @@ void logRemovalFailure(const CSubscriberID& subscriberID) {
              "An unknown exception occured while removing the subscriber '" + subscriberID.toString() + "'");
 }
 
+velm::RemovalReason reasonOfExpiry(const CSubscriber& subscriber) noexcept {
+    const ORVSmrPtr<CSubscriberNetworkConnection> connection = subscriber.getNetworkConnection();
+    if (!connection.IsNull() && connection->isClosed()) {
+        return velm::RemovalReason::channelClosed;
+    }
+    return subscriber.record()->subscriptions() == 0 ? velm::RemovalReason::left
+                                                     : velm::RemovalReason::expired;
+}
+
 using FilterProcessor = COrvoIndicationFilterProcessor;
 
 /// How to ask a filter processor about one kind of indication.
@@ -91,9 +100,8 @@ void CIndicationManager::removeSubscriber(const CSubscriberID& subscriberID, boo
 
 void CIndicationManager::_noteRemoval(CSubscriber& subscriber) noexcept {
     velm::RemovalReason reason = velm::RemovalCause::current();
-    const ORVSmrPtr<CSubscriberNetworkConnection> connection = subscriber.getNetworkConnection();
-    if (reason == velm::RemovalReason::expired && !connection.IsNull() && connection->isClosed()) {
-        reason = velm::RemovalReason::channelClosed;
+    if (reason == velm::RemovalReason::expired) {
+        reason = reasonOfExpiry(subscriber);
     }
     _records->noteRemoval(subscriber, reason);
 }

@@ -15,7 +15,7 @@ namespace velm {
 /// Why a subscriber was removed.
 enum class RemovalReason : unsigned char {
     deliveryFailed,
-    /// No sign of life for too long.
+    /// No sign of life for too long, with subscriptions that end by it.
     expired,
     channelClosed,
     /// The client registered a new channel.
@@ -26,10 +26,12 @@ enum class RemovalReason : unsigned char {
     requested,
     /// With all the others.
     allRemoved,
+    /// Expired after it had taken its subscriptions back.
+    left,
 };
-inline constexpr std::array<const char*, 7> removalReasonNames{
+inline constexpr std::array<const char*, 8> removalReasonNames{
     "delivery failed",        "expired",           "channel closed", "channel replaced",
-    "channel not registered", "removed by server", "all removed"};
+    "channel not registered", "removed by server", "all removed",    "left"};
 
 /// How long it took from a report to its delivery.
 struct DeliveryLatency {

@@ -71,6 +71,7 @@ public:
     /// Subscriptions that were made, less those that were taken back.
     void noteSubscribed() noexcept;
     void noteUnsubscribed() noexcept;
+    std::uint64_t subscriptions() const noexcept { return _subscriptions.load(std::memory_order_relaxed); }
 
     /// Indications that the delivery thread took from the queue after the subscriber was removed.
     void noteTakenLate(std::uint64_t count) noexcept;

@@ -190,5 +190,6 @@ TEST(VelmdDescriptors, AreAsManyAsTheSystemAllows_HoweverFewItStartsWith) {
     rlimit limit{};
     ASSERT_EQ(::prlimit(velmd.id(), RLIMIT_NOFILE, nullptr, &limit), 0);
     EXPECT_EQ(limit.rlim_cur, 4096U);
-    EXPECT_TRUE(velmd.waitForLog("too few for Limits.MaxConnections = 20000"));
+    EXPECT_TRUE(
+        velmd.waitForLog("too few for Limits.MaxConnections = 20000: at most 3846 connections are taken."));
 }

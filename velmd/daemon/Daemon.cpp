@@ -169,13 +169,14 @@ void stop(std::unique_ptr<Server> server, milliseconds patience) {
 
 /// Connections, files and deliveries share the descriptors.
 void provideDescriptors(const Settings& settings) {
-    constexpr std::size_t others = 200;
     const std::size_t limit = raiseDescriptorLimit();
     const auto connections = static_cast<std::size_t>(settings.number("Limits", "MaxConnections"));
-    if (limit < connections + others) {
+    const std::size_t taken = connectionsWithin(limit, connections);
+    if (taken < connections) {
         logInformation(
-            fmt::format("The system allows {} open files; that is too few for Limits.MaxConnections = {}.",
-                        limit, connections));
+            fmt::format("The system allows {} open files; that is too few for Limits.MaxConnections = {}: at "
+                        "most {} connections are taken.",
+                        limit, connections, taken));
     }
 }
 

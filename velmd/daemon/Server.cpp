@@ -34,13 +34,6 @@ std::string hostName(const Settings& settings) {
     return name.empty() ? machineName() : name;
 }
 
-/// Of `wanted`, as many as leave descriptors to the rest of the process, deliveries above all.
-std::size_t connectionsWithin(std::size_t wanted) {
-    constexpr std::size_t others = 250;
-    const std::size_t limit = raiseDescriptorLimit();
-    return limit == 0 ? wanted : std::min(wanted, std::max(limit / 2, limit - std::min(limit, others)));
-}
-
 HTTPLimits limitsIn(const Settings& settings) {
     const auto size = [&](const char* key) {
         return static_cast<std::size_t>(settings.number("Limits", key));
@@ -48,7 +41,7 @@ HTTPLimits limitsIn(const Settings& settings) {
     HTTPLimits limits;
     limits.maxHeaderBytes = size("MaxHeaderBytes");
     limits.maxBodyBytes = size("MaxBodyBytes");
-    limits.maxConnections = connectionsWithin(size("MaxConnections"));
+    limits.maxConnections = connectionsWithin(raiseDescriptorLimit(), size("MaxConnections"));
     limits.maxHeldBytes = size("MaxHeldBytes");
     limits.maxWaitingRequests = size("MaxWaitingRequests");
     limits.idleTimeout = settings.seconds("Limits", "IdleSeconds");

@@ -40,6 +40,10 @@ std::string pathOf(const std::vector<double>& values, const Scale& scale) {
     return path;
 }
 
+std::string axisText(double value) {
+    return value < 1000 ? fmt::format("{:.3g}", value) : rateText(value);
+}
+
 std::string gridLine(double y, const std::string& label) {
     return fmt::format(
         R"(<path class="grid" d="M{} {:.1f}H{}"/><text x="{}" y="{:.1f}" text-anchor="end">{}</text>)", left,
@@ -53,7 +57,8 @@ double axisEnd(double value) {
         return 1;
     }
     const double power = std::pow(10, std::floor(std::log10(value)));
-    for (const double factor : {1.0, 2.0, 5.0}) {
+    // Halves of these have two digits at the most, too.
+    for (const double factor : {1.0, 1.2, 1.5, 2.0, 3.0, 4.0, 5.0, 6.0, 8.0}) {
         if (value <= factor * power * (1 + 1e-9)) {
             return factor * power;
         }
@@ -81,8 +86,8 @@ std::string Curve::drawing() const {
     const double ground = scale.y(0);
     std::string svg = fmt::format(R"(<svg class="curve" viewBox="0 0 {} {}" role="img" aria-label="{}">)",
                                   width, height, sentence());
-    svg += gridLine(scale.y(scale.end), rateText(scale.end));
-    svg += gridLine(scale.y(scale.end / 2), rateText(scale.end / 2));
+    svg += gridLine(scale.y(scale.end), axisText(scale.end));
+    svg += gridLine(scale.y(scale.end / 2), axisText(scale.end / 2));
     svg += gridLine(ground, "0");
     fmt::format_to(std::back_inserter(svg),
                    R"(<path class="area" d="{0}V{1:.1f}H{2}Z"/><path class="line" d="{0}"/>)"

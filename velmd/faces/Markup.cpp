@@ -20,7 +20,7 @@ std::string whenText(const status::Failure& failure, Course course, status::Time
     switch (course) {
         case Course::goesOn:
             return fmt::format(
-                R"(for {}, since <time datetime="{}">{}</time>{})",
+                R"(for <span class="whole">{}</span>, since <time datetime="{}">{}</time>{})",
                 durationText(std::max<status::Time::duration>(now - failure.since, std::chrono::seconds(1))),
                 isoText(failure.since), momentText(now, failure.since), often);
         case Course::isOver:
@@ -74,6 +74,7 @@ std::string signs() {
            R"(<path id="bad" d="M3.5 3.5 12.5 12.5M12.5 3.5 3.5 12.5"/>)"
            R"(<path id="warn" d="M8 2 14.5 13.5H1.5ZM8 6.5V9.6M8 11.4V11.5"/>)"
            R"(<path id="calm" d="M3 8H13"/>)"
+           R"(<path id="gone" d="M3 8H12.5M8.5 4 12.5 8 8.5 12"/>)"
            "</defs></svg>";
 }
 

@@ -34,7 +34,7 @@ std::string failureCell(const std::optional<status::Failure>& failure, Course co
                         std::string_view moreHtml = "");
 
 /// A sign and a word beside it, so that neither colour nor sign is needed. `kind`: "good", "bad", "warn" or
-/// "calm", which are also the names of the signs.
+/// "calm" and "gone", which are also the names of the signs.
 std::string badge(std::string_view kind, std::string_view word);
 /// The drawings that badges refer to.
 std::string signs();

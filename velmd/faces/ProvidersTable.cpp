@@ -30,7 +30,7 @@ std::string rowOf(const Provider& provider, status::Time now) {
     std::string row = hasFailed ? R"(<tr class="bad">)" : "<tr>";
     row += fmt::format(R"(<th scope="row">{}<div class="when">{}</div></th>)", shown(provider.name),
                        shown(std::filesystem::path(provider.file).filename().string()));
-    row += cell("Watches", classesOf(provider), "classes");
+    row += cell("Serves", classesOf(provider), "classes");
     row += countCell("Reported", provider.reported);
     row += countCell("Refused", provider.refused);
     row += countCell("Calls", provider.calls);
@@ -49,9 +49,9 @@ std::string providersSection(const status::ServerStatus& status) {
                "</section>\n";
     }
     html += tableHead(
-        fmt::format("{} and what they watch", countText(status.providers.size(), "provider", "providers")),
+        fmt::format("{} and what they serve", countText(status.providers.size(), "provider", "providers")),
         {{"Provider"},
-         {"Watches"},
+         {"Serves"},
          {"Reported", true},
          {"Refused", true},
          {"Calls", true},

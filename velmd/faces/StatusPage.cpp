@@ -76,11 +76,11 @@ std::string healthyText(const ServerStatus& status) {
     const std::uint64_t waiting =
         std::accumulate(status.subscribers.begin(), status.subscribers.end(), std::uint64_t{0},
                         [](std::uint64_t sum, const status::Subscriber& each) { return sum + each.waiting; });
+    const std::size_t subscribed = subscribedCount(status);
     return fmt::format("{}; {}.",
-                       status.subscribers.empty()
-                           ? "Nobody has subscribed"
-                           : countText(status.subscribers.size(), "subscriber, and it hears everything",
-                                       "subscribers, and all hear everything"),
+                       subscribed == 0 ? "Nobody is subscribed"
+                                       : countText(subscribed, "subscriber, and it hears everything",
+                                                   "subscribers, and all hear everything"),
                        waiting == 0
                            ? "nothing waits to be delivered"
                            : countText(waiting, "indication is on its way", "indications are on their way"));
@@ -134,12 +134,11 @@ std::string factsOf(const ServerStatus& status) {
     std::uint64_t channels = 0;
     for (const status::Subscriber& subscriber : status.subscribers) {
         waiting += subscriber.waiting;
-        channels += subscriber.isChannel ? 1U : 0U;
+        channels += subscriber.isChannel && !hasLeft(subscriber) ? 1U : 0U;
     }
-    const std::size_t count = status.subscribers.size();
     std::string html = R"(<dl class="facts">)";
-    html += fact("Subscribers",
-                 fmt::format("{}<small>{} on a channel</small>", numberText(count), numberText(channels)));
+    html += fact("Subscribers", fmt::format("{}<small>{} on a channel</small>",
+                                            numberText(subscribedCount(status)), numberText(channels)));
     html += fact("Waiting in queues", numberText(waiting));
     html += fact("From report to delivery", latencyFact(status.latency));
     html += fact("Connections", fmt::format("{}<small>{} under way</small>", numberText(status.connections),

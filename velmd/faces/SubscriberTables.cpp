@@ -16,7 +16,7 @@ using status::ServerStatus;
 using status::Subscriber;
 using status::Time;
 
-std::string standingBadge(Standing standing) {
+std::string standingBadge(Standing standing, bool isChannel) {
     switch (standing) {
         case Standing::failing:
             return badge("bad", "failing");
@@ -26,6 +26,9 @@ std::string standingBadge(Standing standing) {
             return badge("calm", "waiting");
         case Standing::fine:
             return badge("good", "fine");
+        case Standing::left:
+            // Who keeps a channel open is still there.
+            return badge("gone", isChannel ? "idle" : "left");
         case Standing::untested:
             break;
     }
@@ -49,7 +52,8 @@ std::string kindText(bool isChannel, std::string_view session) {
 std::string detailsOf(const Subscriber& subscriber, Time now) {
     std::string text = kindText(subscriber.isChannel, subscriber.session);
     if (subscriber.lastHeartbeat) {
-        text += ", heartbeat " + agoText(now, *subscriber.lastHeartbeat);
+        text += fmt::format(R"(, heartbeat <span class="whole">{}</span>)",
+                            agoText(now, *subscriber.lastHeartbeat));
     }
     return text + fmt::format("<br>{} since {}",
                               countText(subscriber.subscriptions, "subscription", "subscriptions"),
@@ -74,7 +78,7 @@ std::string notesOf(const Subscriber& subscriber, Time now) {
 std::string rowOf(const Subscriber& subscriber, Time now) {
     const Standing standing = standingOf(subscriber, now);
     std::string row = fmt::format(R"(<tr class="{}">)", styleOf(standing));
-    row += cell("State", standingBadge(standing), "state");
+    row += cell("State", standingBadge(standing, subscriber.isChannel), "state");
     row += nameCell(subscriber.host, subscriber.port, detailsOf(subscriber, now));
     row += countCell("Waiting", subscriber.waiting);
     row += countCell("Delivered", subscriber.delivered);
@@ -99,6 +103,14 @@ std::string rowOf(const RemovedSubscriber& removed, Time now) {
     return row += "</tr>\n";
 }
 
+std::string captionOf(const ServerStatus& status) {
+    const std::size_t subscribed = subscribedCount(status);
+    const std::size_t others = status.subscribers.size() - subscribed;
+    return fmt::format(
+        "{}{}, the ones that need attention first", countText(subscribed, "subscriber", "subscribers"),
+        others == 0 ? std::string() : fmt::format(" and {} without a subscription", numberText(others)));
+}
+
 /// What became of those that are not in the table.
 std::string leftOut(const ServerStatus& status, const std::vector<const Subscriber*>& shownOnes) {
     const auto failing = static_cast<std::size_t>(
@@ -119,20 +131,18 @@ std::string subscribersSection(const ServerStatus& status) {
     std::string html = R"(<section aria-labelledby="subscribers"><h2 id="subscribers">Subscribers</h2>)";
     if (status.subscribers.empty()) {
         return html +=
-               "<p class=\"none\">Nobody has subscribed. <code>velmctl listen</code> does, and shows "
+               "<p class=\"none\">Nobody is subscribed. <code>velmctl listen</code> does, and shows "
                "what it hears.</p></section>\n";
     }
     const auto rows = mostInteresting(status, mostSubscribersShown);
-    html += tableHead(fmt::format("{}, the ones that need attention first",
-                                  countText(status.subscribers.size(), "subscriber", "subscribers")),
-                      {{"State"},
-                       {"Subscriber"},
-                       {"Waiting", true},
-                       {"Delivered", true},
-                       {"Failed", true},
-                       {"Dropped", true},
-                       {"Last delivery"},
-                       {"Last error"}});
+    html += tableHead(captionOf(status), {{"State"},
+                                          {"Subscriber"},
+                                          {"Waiting", true},
+                                          {"Delivered", true},
+                                          {"Failed", true},
+                                          {"Dropped", true},
+                                          {"Last delivery"},
+                                          {"Last error"}});
     for (const Subscriber* subscriber : rows) {
         html += rowOf(*subscriber, status.now);
     }

@@ -3,6 +3,7 @@
 #include "velmd/faces/Text.h"
 
 #include <algorithm>
+#include <functional>
 #include <tuple>
 
 #include <fmt/format.h>
@@ -53,7 +54,7 @@ void addFailing(const ServerStatus& status, std::vector<std::string>& reasons) {
     }
     const Subscriber& worst = *mostInteresting(status, 1).front();
     std::string reason = fmt::format("{} of {} {} failing; {}", numberText(count),
-                                     countText(status.subscribers.size(), "subscriber", "subscribers"),
+                                     countText(subscribedCount(status), "subscriber", "subscribers"),
                                      count == 1 ? "is" : "are", addressText(worst.host, worst.port));
     if (worst.lastFailure) {
         reason += fmt::format(" for {}: {}",
@@ -105,6 +106,9 @@ void addProviders(const ServerStatus& status, std::vector<std::string>& reasons)
 }  // namespace
 
 Standing standingOf(const Subscriber& subscriber, Time now) {
+    if (hasLeft(subscriber)) {
+        return Standing::left;
+    }
     if (subscriber.isFailing) {
         return Standing::failing;
     }
@@ -115,6 +119,14 @@ Standing standingOf(const Subscriber& subscriber, Time now) {
         return Standing::waiting;
     }
     return subscriber.delivered > 0 ? Standing::fine : Standing::untested;
+}
+
+bool hasLeft(const Subscriber& subscriber) {
+    return subscriber.subscriptions == 0 && subscriber.waiting == 0;
+}
+
+std::size_t subscribedCount(const ServerStatus& status) {
+    return static_cast<std::size_t>(std::ranges::count_if(status.subscribers, std::not_fn(hasLeft)));
 }
 
 std::vector<const Subscriber*> mostInteresting(const ServerStatus& status, std::size_t most) {

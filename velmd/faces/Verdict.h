@@ -17,12 +17,18 @@ enum class Standing {
     waiting,   ///< Something is queued for it, and nothing was delivered lately.
     fine,      ///< It hears what is queued for it.
     untested,  ///< Nothing was delivered to it yet.
+    left,      ///< It has no subscription, and nothing waits for it.
 };
 
 /// How long something that is over still counts as news.
 inline constexpr std::chrono::minutes recent{10};
 
 Standing standingOf(const status::Subscriber& subscriber, status::Time now);
+
+/// A client that took its subscriptions back has left; the server may remember it for long.
+bool hasLeft(const status::Subscriber& subscriber);
+/// How many have not left.
+std::size_t subscribedCount(const status::ServerStatus& status);
 
 /// The `most` subscribers that are most worth a look: by standing; failing ones by how long they fail
 /// already, others by how much waits, then by the last delivery. Points into `status`.

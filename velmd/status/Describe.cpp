@@ -113,7 +113,7 @@ Subscriber describe(const SubscriberStatus& subscriber) {
     described.lastDelivery = figures.lastDelivery;
     described.lastHeartbeat = figures.lastHeartbeat;
     described.lastFailure = failureOf(figures.lastFailure);
-    described.isFailing = figures.isFailing;
+    described.isFailing = figures.isFailing && (figures.subscriptions > 0 || subscriber.waiting > 0);
     described.lastDrop = failureOf(figures.lastDrop);
     described.improperAnswers = figures.improperAnswers;
     described.lastImproperAnswer = failureOf(figures.lastImproperAnswer);

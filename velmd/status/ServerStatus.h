@@ -42,7 +42,8 @@ struct Subscriber {
     std::uint64_t dropped = 0;
     std::optional<Time> lastDelivery;
     std::optional<Time> lastHeartbeat;
-    /// What the delivery thread last hit, and has not got over since when `isFailing`.
+    /// What the delivery thread last hit, and has not got over since when `isFailing`. Who has no
+    /// subscription, and for whom nothing waits, does not fail: nothing is sent to it any more.
     std::optional<Failure> lastFailure;
     bool isFailing = false;
     /// "12 dropped because an earlier one failed". The count is that of the indications.
@@ -59,7 +60,7 @@ struct RemovedSubscriber {
     std::string session;
     bool isChannel = false;
     Time when;
-    /// "delivery failed", "expired", "channel closed", "channel replaced" and so on.
+    /// "delivery failed", "expired", "left", "channel closed" and so on.
     std::string reason;
     std::uint64_t delivered = 0;
     std::uint64_t failed = 0;

@@ -185,9 +185,29 @@ TEST_F(ManagerStatus, TellsSilentSubscribersFromClosedChannels) {
     add(1, ORVSmrPtr<CSubscriberNetworkConnection>());
     add(2, open.connection());
     add(3, closed.connection());
+    for (const ORVSmrPtr<CSubscriber>& subscriber : inspect(*manager).subscribers()) {
+        subscriber->record()->noteSubscribed();
+    }
     manager->checkSubscriberStatus();
     EXPECT_EQ(removedFor(RemovalReason::expired), 2U);
     EXPECT_EQ(removedFor(RemovalReason::channelClosed), 1U);
+}
+
+TEST_F(ManagerStatus, TellsThoseThatExpireAfterTheyLeft_FromThoseThatAreCutOff) {
+    for (const std::uint32_t session : {1U, 2U}) {
+        inspect(*manager).subscribers().append(ORVSmrPtr<CSubscriber>(new OutOfDateSubscriber(
+            makeID("127.0.0.1", session), ORVSmrPtr<CSubscriberNetworkConnection>())));
+        subscribeChange(makeID("127.0.0.1", session), file);
+    }
+    unsubscribeChange(makeID("127.0.0.1", 2), file);
+    manager->checkSubscriberStatus();
+    EXPECT_EQ(removedFor(RemovalReason::expired), 1U);
+    EXPECT_EQ(removedFor(RemovalReason::left), 1U);
+    const auto removed = manager->getStatus().removed;
+    ASSERT_EQ(removed.size(), 2U);
+    EXPECT_EQ(removed[0].subscriber.session, 1U);
+    EXPECT_EQ(removed[0].reason, RemovalReason::expired);
+    EXPECT_EQ(removed[1].reason, RemovalReason::left);
 }
 
 TEST_F(ManagerStatus, TellsThatAChannelWasReplaced) {

@@ -11,11 +11,18 @@ using namespace std::chrono_literals;
 using testing::HasSubstr;
 
 TEST(CurveAxis, EndsAtARoundNumber) {
-    const std::pair<double, double> rows[]{{0, 1},   {-1, 1},  {0.003, 0.005}, {0.5, 0.5}, {0.6, 1},  {1, 1},
-                                           {1.1, 2}, {48, 50}, {50, 50},       {51, 100},  {1e6, 1e6}};
+    const std::pair<double, double> rows[]{
+        {0, 1}, {-1, 1},   {0.003, 0.003}, {0.5, 0.5}, {0.55, 0.6}, {1, 1},   {1.1, 1.2}, {2.4, 3},
+        {7, 8}, {8.1, 10}, {24, 30},       {48, 50},   {50, 50},    {51, 60}, {115, 120}, {1e6, 1e6}};
     for (const auto& [value, end] : rows) {
         EXPECT_NEAR(axisEnd(value), end, end * 1e-9) << value;
     }
+}
+
+TEST(CurveAxis, IsLabelledExactly) {
+    EXPECT_THAT((Curve{"Failed", {0, 14.5}, 5s}.drawing()), HasSubstr(">7.5</text>"));
+    EXPECT_THAT((Curve{"Failed", {0, 0.15}, 5s}.drawing()), HasSubstr(">0.075</text>"));
+    EXPECT_THAT((Curve{"Failed", {0, 2900}, 5s}.drawing()), HasSubstr(">1,500</text>"));
 }
 
 TEST(Curve, SaysInASentenceWhatItDraws) {
@@ -27,8 +34,8 @@ TEST(Curve, SaysInASentenceWhatItDraws) {
 
 TEST(Curve, NamesItsAxes) {
     const std::string drawing = Curve{"Delivered", {0, 40, 8, 12}, 5s}.drawing();
-    EXPECT_THAT(drawing, HasSubstr(">50</text>"));
-    EXPECT_THAT(drawing, HasSubstr(">25</text>"));
+    EXPECT_THAT(drawing, HasSubstr(">40</text>"));
+    EXPECT_THAT(drawing, HasSubstr(">20</text>"));
     EXPECT_THAT(drawing, HasSubstr(">0</text>"));
     EXPECT_THAT(drawing, HasSubstr(">20 s ago</text>"));
     EXPECT_THAT(drawing, HasSubstr(">now</text>"));

@@ -50,7 +50,7 @@ TEST(StatusPage, BeginsWithTheStateInWords) {
     const std::string healthy = pageOf(quietStatus());
     EXPECT_THAT(healthy, HasSubstr("<h1>Healthy</h1>"));
     EXPECT_THAT(healthy, HasSubstr("<title>Healthy"));
-    EXPECT_THAT(healthy, HasSubstr("Nobody has subscribed; nothing waits to be delivered."));
+    EXPECT_THAT(healthy, HasSubstr("Nobody is subscribed; nothing waits to be delivered."));
     const std::string attention = pageOf(livelyStatus());
     EXPECT_THAT(attention, HasSubstr("<h1>Attention</h1>"));
     EXPECT_THAT(attention, HasSubstr("<title>Attention"));
@@ -109,7 +109,7 @@ TEST(StatusPage, CutsLongText_InEveryField) {
 
 TEST(StatusPage, IsWholeWithoutSubscribers) {
     const std::string section = subscribersSection(quietStatus());
-    EXPECT_THAT(section, HasSubstr("Nobody has subscribed."));
+    EXPECT_THAT(section, HasSubstr("Nobody is subscribed."));
     EXPECT_THAT(section, Not(HasSubstr("<table")));
     EXPECT_EQ(removedSection(quietStatus()), "");
     EXPECT_THAT(providersSection(quietStatus()), HasSubstr("None is loaded"));
@@ -145,9 +145,9 @@ TEST(StatusPage, TellsHowASubscriberDoes) {
     EXPECT_THAT(failing, HasSubstr("<td data-label=\"Waiting\" class=\"number\">48</td>"));
     EXPECT_THAT(failing, HasSubstr("21 min ago<small> 22:10:07</small>"));
     EXPECT_THAT(failing, HasSubstr("failed to connect: Connection refused"));
-    EXPECT_THAT(failing,
-                HasSubstr("for 20 min, since <time datetime=\"2026-11-20T22:11:07Z\">22:11:07</time>, "
-                          "7 in a row"));
+    EXPECT_THAT(failing, HasSubstr("for <span class=\"whole\">20 min</span>, since <time "
+                                   "datetime=\"2026-11-20T22:11:07Z\">22:11:07</time>, "
+                                   "7 in a row"));
     EXPECT_THAT(failing, HasSubstr("12 dropped because an earlier one failed"));
     const std::string recovered = rowOf(section, "127.0.0.1:5991");
     EXPECT_THAT(recovered, HasSubstr(">fine</span>"));
@@ -158,9 +158,26 @@ TEST(StatusPage, TellsHowASubscriberDoes) {
         HasSubstr("1,004 improper answers; the last: <bdi>improper method response: no return value"));
     EXPECT_THAT(rowOf(section, "10.0.40.7:50000"), HasSubstr(">lost some</span>"));
     EXPECT_THAT(rowOf(section, "10.0.40.7:50000"), HasSubstr("channel, session "));
-    EXPECT_THAT(rowOf(section, "10.0.40.7:50000"), HasSubstr("heartbeat 12 s ago"));
+    EXPECT_THAT(rowOf(section, "10.0.40.7:50000"),
+                HasSubstr("heartbeat <span class=\"whole\">12 s ago</span>"));
     EXPECT_THAT(rowOf(section, "listener-2.example.org:5988"), HasSubstr(">nothing yet</span>"));
     EXPECT_THAT(rowOf(section, "listener-2.example.org:5988"), HasSubstr(">never</td>"));
+}
+
+TEST(StatusPage, TellsWhoLeft_AndDoesNotCountThem) {
+    status::ServerStatus status = quietStatus();
+    status.subscribers = crowdedStatus(3).subscribers;
+    status.subscribers[0].subscriptions = status.subscribers[1].subscriptions = 0;
+    status.subscribers[1].isChannel = true;
+    EXPECT_THAT(pageOf(status), HasSubstr("1 subscriber, and it hears everything; nothing waits"));
+    const std::string section = subscribersSection(status);
+    EXPECT_THAT(section, HasSubstr("<caption>1 subscriber and 2 without a subscription, "));
+    EXPECT_THAT(rowOf(section, "127.0.0.1:0"), HasSubstr("<use href=\"#gone\"/></svg>left</span>"));
+    EXPECT_THAT(rowOf(section, "127.0.0.1:1"), HasSubstr("<use href=\"#gone\"/></svg>idle</span>"));
+    EXPECT_LT(section.find("127.0.0.1:2"), section.find("127.0.0.1:0"));
+    EXPECT_THAT(ratesSection(status), HasSubstr("<dt>Subscribers</dt><dd>1<small>0 on a channel"));
+    status.subscribers.resize(2);
+    EXPECT_THAT(headline(status, judge(status, "")), HasSubstr("<p>Nobody is subscribed; nothing waits"));
 }
 
 TEST(StatusPage, TellsWhoWentAndWhy_TheLatestFirst) {
@@ -183,7 +200,7 @@ TEST(StatusPage, ShowsNoMoreRemovedOnesThanThatManyOfTheLatest) {
     EXPECT_THAT(section, Not(HasSubstr("host50:")));
 }
 
-TEST(StatusPage, TellsWhatProvidersWatch) {
+TEST(StatusPage, TellsWhatProvidersServe) {
     status::ServerStatus status = livelyStatus();
     for (int index = 0; index < 20; ++index) {
         status.providers[1].classes.push_back("EX_Class" + std::to_string(index));
@@ -191,6 +208,7 @@ TEST(StatusPage, TellsWhatProvidersWatch) {
     const std::string section = providersSection(status);
     EXPECT_THAT(section,
                 HasSubstr("<bdi>CIM_DataFile</bdi>, <bdi>CIM_Directory</bdi>, <bdi>CIM_LogicalFile</bdi>"));
+    EXPECT_THAT(section, HasSubstr("<td data-label=\"Serves\""));
     EXPECT_THAT(section, HasSubstr("<bdi>EX_Class9</bdi> and 10 more"));
     EXPECT_THAT(section, HasSubstr("<bdi>libfile_watch_provider.so</bdi>"));
     EXPECT_THAT(section, HasSubstr("<td data-label=\"Reported\" class=\"number\">40,120</td>"));

@@ -26,6 +26,7 @@ Subscriber named(const std::string& host, std::uint64_t waiting = 0) {
     Subscriber subscriber;
     subscriber.host = host;
     subscriber.port = "1";
+    subscriber.subscriptions = 1;
     subscriber.waiting = waiting;
     subscriber.delivered = 1;
     subscriber.since = now - 1h;
@@ -153,16 +154,36 @@ TEST(Standing, IsTheWorstThatHolds) {
     EXPECT_EQ(standingOf(subscriber, now), Standing::failing);
 }
 
+TEST(Standing, IsThatOfOneWhoLeft_WithoutSubscriptionsAndQueue) {
+    Subscriber subscriber = named("a", 3);
+    subscriber.subscriptions = 0;
+    subscriber.lastDelivery = now - 1s;
+    EXPECT_EQ(standingOf(subscriber, now), Standing::fine) << "what waits is delivered still";
+    subscriber.waiting = 0;
+    EXPECT_EQ(standingOf(subscriber, now), Standing::left);
+    subscriber.lastDrop = Failure{"x", now - 1h, now - 1min, 1};
+    EXPECT_EQ(standingOf(subscriber, now), Standing::left) << "nobody misses it";
+}
+
+TEST(Verdict, CountsNobodyWhoLeft) {
+    ServerStatus status = quietStatus();
+    status.subscribers = {named("a"), failing("b", 250s), named("c")};
+    status.subscribers[0].subscriptions = 0;
+    EXPECT_EQ(subscribedCount(status), 2U);
+    EXPECT_THAT(judge(status, "").reasons, ElementsAre(HasSubstr("1 of 2 subscribers is failing")));
+}
+
 TEST(MostInteresting, AreThoseThatFailLongest_ThenThoseForWhomMostWaits) {
     ServerStatus status = quietStatus();
-    status.subscribers = {named("fine"),       named("few", 2),      failing("short", 10s),
+    status.subscribers = {named("left"),       named("fine"),        named("few", 2), failing("short", 10s),
                           named("many", 2000), failing("long", 60s), named("fresh")};
-    status.subscribers[5].lastDelivery = now;
+    status.subscribers[0].subscriptions = 0;
+    status.subscribers[6].lastDelivery = now;
     std::vector<std::string> hosts;
     for (const Subscriber* subscriber : mostInteresting(status, 10)) {
         hosts.push_back(subscriber->host);
     }
-    EXPECT_THAT(hosts, ElementsAre("long", "short", "many", "few", "fresh", "fine"));
+    EXPECT_THAT(hosts, ElementsAre("long", "short", "many", "few", "fresh", "fine", "left"));
     const auto two = mostInteresting(status, 2);
     ASSERT_EQ(two.size(), 2U);
     EXPECT_EQ(two[1]->host, "short");

@@ -30,6 +30,7 @@ TEST(DescribedCounters, NameEveryReasonAndRule_AlsoThoseThatNeverHappened) {
     EXPECT_THAT(described.dropped, UnorderedElementsAre(Pair("queue full", 0), Pair("earlier one failed", 0),
                                                         Pair("subscriber removed", 3)));
     EXPECT_EQ(described.removed.at("channel replaced"), 4U);
+    EXPECT_EQ(described.removed.at("left"), 0U);
 }
 
 TEST(DescribedLatency, IsInSeconds_WithWhatIsBeyondTheLastBoundApart) {
@@ -81,6 +82,19 @@ TEST(DescribedSubscriber, TellsAllThatTheLibraryKnows) {
     EXPECT_EQ(described.lastFailure->count, 7U);
     EXPECT_TRUE(described.isFailing);
     EXPECT_FALSE(described.lastDrop);
+}
+
+TEST(DescribedSubscriber, DoesNotFail_WhenNothingIsSentToItAnyMore) {
+    SubscriberStatus subscriber;
+    subscriber.figures.lastFailure = SubscriberRecord::Note{"refused", start, start, 1};
+    subscriber.figures.isFailing = true;
+    EXPECT_FALSE(describe(subscriber).isFailing);
+    EXPECT_TRUE(describe(subscriber).lastFailure);
+    subscriber.waiting = 1;
+    EXPECT_TRUE(describe(subscriber).isFailing);
+    subscriber.waiting = 0;
+    subscriber.figures.subscriptions = 1;
+    EXPECT_TRUE(describe(subscriber).isFailing);
 }
 
 TEST(DescribedSubscriber, TellsWhyItWasRemoved) {
