@@ -3,6 +3,7 @@
 #include "foundation/object_model/COrvoInstanceName.h"
 
 #include <algorithm>
+#include <limits>
 #include <memory>
 
 using Entry = ORVSmrPtr<CSubscriberTableEntry>;
@@ -95,8 +96,13 @@ CSubscriberList::Outcome CSubscriberList::unsubscribe(const CSubscriberID& subsc
     if (row == rows.entries->end()) {
         return Outcome::noRow;
     }
-    (*row)->unsubscribe(type, filter, resultFilter, referenceCount);
-    (*row)->subscriber().record()->noteUnsubscribed();
+    constexpr unsigned int untouched = std::numeric_limits<unsigned int>::max();
+    unsigned int left = untouched;
+    (*row)->unsubscribe(type, filter, resultFilter, &left);
+    if (left != untouched) {
+        *referenceCount = left;
+        (*row)->subscriber().record()->noteUnsubscribed();
+    }
     if ((*row)->willTriggerNotification()) {
         return Outcome::rowStays;
     }

@@ -114,6 +114,14 @@ TEST_F(ManagerStatus, CountsSubscriptionsOfBothKinds) {
     EXPECT_EQ(subscriptions(), 0U);
 }
 
+TEST_F(ManagerStatus, CountsNoSubscriptionAsTakenBack_WhenTheRowHasNoneOfTheKind) {
+    subscribeChange(makeID(), file);
+    // Rows of its own, with the second subscriber.
+    subscribeChange(makeID("127.0.0.9"), file);
+    manager->unsubscribe(makeID(), file, nullptr, IOrvoIndication::IndicationDestruction, false);
+    EXPECT_EQ(manager->getStatus().subscribers.at(0).figures.subscriptions, 1U);
+}
+
 TEST_F(ManagerStatus, KeepsTheSums_WhenSubscribersAreRemoved) {
     VELMConfigManager::getInstance()->setString("VELM", "MaxQueuedIndications", "2");
     manager->enableIndications();
