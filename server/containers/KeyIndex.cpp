@@ -1,5 +1,9 @@
 #include "foundation/containers/KeyIndex.h"
 
+#include "server/containers/HashSieve.h"
+
+#include <optional>
+
 #include <boost/unordered/unordered_flat_set.hpp>
 
 namespace velm {
@@ -55,10 +59,28 @@ struct IsWanted {
 }  // namespace
 
 struct KeyIndex::Table {
+    /// From how many entries on a look-up that finds nothing would wait for memory.
+    static constexpr std::size_t worthSieving = 1 << 17;
+
     Table(const void* owner, HashOf hashOf) : slots(0, Hash{owner, hashOf}) {}
 
+    bool mayHold(std::uint32_t hash) const noexcept { return !sieve || sieve->mayHold(hash); }
+    void makeRoomInSieve();
+
     boost::unordered_flat_set<Slot, Hash, IsWanted> slots;
+    std::optional<HashSieve> sieve;
 };
+
+void KeyIndex::Table::makeRoomInSieve() {
+    if (sieve ? sieve->room() > 0 : slots.size() < worthSieving) {
+        return;
+    }
+    HashSieve larger(2 * slots.size());
+    for (const Slot& slot : slots) {
+        larger.add(slots.hash_function()(slot));
+    }
+    sieve = std::move(larger);
+}
 
 KeyIndex::KeyIndex(const void* owner, HashOf hashOf) noexcept : _owner(owner), _hashOf(hashOf) {
 }
@@ -78,7 +100,11 @@ void KeyIndex::insert(void* entry, std::uint32_t hash) {
     if (slots.size() >= slots.max_load()) {
         slots.reserve(slots.size() + slots.size() / 8 + 1);
     }
+    _table->makeRoomInSieve();
     slots.insert(slot);
+    if (_table->sieve) {
+        _table->sieve->add(hash);
+    }
 }
 
 void KeyIndex::erase(void* entry, std::uint32_t hash) noexcept {
@@ -102,6 +128,9 @@ void KeyIndex::clear() noexcept {
 }
 
 void* KeyIndex::_find(std::uint32_t hash, Accepts accepts, void* wanted) const {
+    if (!_table->mayHold(hash)) {
+        return nullptr;
+    }
     const auto found = _table->slots.find(Query{hash, accepts, wanted});
     return found == _table->slots.end() ? nullptr : found->entry();
 }

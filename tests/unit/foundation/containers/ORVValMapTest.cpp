@@ -8,6 +8,7 @@
 #include <climits>
 #include <random>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -396,4 +397,54 @@ TEST(ValMapIterator, ChangesTheValueInPlace) {
     ++iterator;
     iterator.value() = 2;
     EXPECT_EQ(*map.find("a"), 2);
+}
+
+TEST(ValMap, DoesAsAnotherMapDoes_OverAHundredThousandRandomOperations_WhenItIsLarge) {
+    constexpr unsigned int pairs = 200'000;
+    std::mt19937 random(20261122);
+    Map map(&hashKeyORVString, 7);
+    std::unordered_map<unsigned int, int> expected;
+    const auto keyOf = [](unsigned int number) { return ORVString("key " + std::to_string(number)); };
+    for (unsigned int number = 0; number < pairs; ++number) {
+        map.insert(keyOf(number), 0);
+        expected[number] = 0;
+    }
+    for (int step = 0; step < 100'000; ++step) {
+        // Half of the keys are there at first.
+        const auto number = static_cast<unsigned int>(random() % (2 * pairs));
+        switch (random() % 4) {
+            case 0:
+                map.insert(keyOf(number), step);
+                expected[number] = step;
+                break;
+            case 1:
+                ASSERT_EQ(map.remove(keyOf(number)), expected.erase(number) == 1);
+                break;
+            default: {
+                const int* value = map.find(keyOf(number));
+                const auto pair = expected.find(number);
+                ASSERT_EQ(value != nullptr, pair != expected.end());
+                ASSERT_TRUE(!value || *value == pair->second);
+            }
+        }
+    }
+    EXPECT_EQ(map.entries(), expected.size());
+}
+
+TEST(ValMap, FindsEveryPair_WhenItShrankAndGrewAgain) {
+    constexpr int pairs = 200'000;
+    constexpr int few = 10;
+    Map map(&hashKeyORVString, 7);
+    for (int number = 0; number < pairs; ++number) {
+        map.insert(ORVString(std::to_string(number)), number);
+    }
+    for (int number = few; number < pairs; ++number) {
+        ASSERT_TRUE(map.remove(ORVString(std::to_string(number))));
+    }
+    for (int number = few; number < 2 * pairs; ++number) {
+        map.insert(ORVString(std::to_string(number)), number);
+    }
+    for (int number = 0; number < 2 * pairs; ++number) {
+        ASSERT_EQ(*map.find(ORVString(std::to_string(number))), number);
+    }
 }
