@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdint>
+#include <cstring>
 #include <future>
 #include <netdb.h>
 #include <poll.h>
@@ -161,14 +162,16 @@ int connectBy(const Deadline& deadline, int socket, const tcp::endpoint& peer) {
 
 }  // namespace
 
-int connectSocket(const std::string& host, const std::string& port, long timeout) {
+Connection connectSocket(const std::string& host, const std::string& port, long timeout) {
     const Attempt attempt{host, port, timeout};
     error_code failure = asio::error::not_found;
     for (const tcp::endpoint& peer : resolve(attempt)) {
         OwnedSocket socket(peer.protocol().family());
         const int error = socket.get() < 0 ? errno : connectBy(attempt.deadline, socket.get(), peer);
         if (error == 0) {
-            return socket.release();
+            Connection connection{socket.release(), {}};
+            std::memcpy(&connection.peer, peer.data(), peer.size());
+            return connection;
         }
         if (error == EINPROGRESS) {
             attempt.failLate();

@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <chrono>
 #include <climits>
+#include <cstring>
 #include <fcntl.h>
 #include <mutex>
 #include <poll.h>
@@ -34,25 +35,22 @@ constexpr long defaultSendTimeout = 30000;
 
 enum class Outcome { done, late, broken };
 
-using Endpoint = boost::asio::ip::tcp::endpoint;
-
 /// Without a family when the socket has no peer.
-Endpoint peerOf(int socket) {
-    Endpoint peer;
-    auto size = static_cast<socklen_t>(peer.capacity());
-    if (::getpeername(socket, peer.data(), &size) != 0) {
-        peer.data()->sa_family = AF_UNSPEC;
-    }
+sockaddr_storage peerOf(int socket) {
+    sockaddr_storage peer{};
+    socklen_t size = sizeof peer;
+    ::getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &size);
     return peer;
 }
 
-std::string describe(const Endpoint& peer) {
-    const int family = peer.data()->sa_family;
-    if (family != AF_INET && family != AF_INET6) {
+std::string describe(const sockaddr_storage& peer) {
+    if (peer.ss_family != AF_INET && peer.ss_family != AF_INET6) {
         return "an unnamed peer";
     }
+    boost::asio::ip::tcp::endpoint endpoint;
+    std::memcpy(endpoint.data(), &peer, endpoint.capacity());
     std::ostringstream text;
-    text << peer;
+    text << endpoint;
     return text.str();
 }
 
@@ -69,7 +67,8 @@ constexpr const char* sendAction = "Sending to";
 /// under the same number. It is driven by plain system calls, which a sender, a receiver and a closer may
 /// make side by side; socket objects of Asio allow one of them at a time.
 struct ORVHTTPTransport::State {
-    explicit State(int connected) : socket(connected), peer(peerOf(connected)) {}
+    explicit State(int connected) : State({connected, peerOf(connected)}) {}
+    explicit State(const velm::Connection& connection) : socket(connection.socket), peer(connection.peer) {}
 
     Outcome sendAll(std::string_view bytes, const Deadline& deadline) const;
     [[noreturn]] void failSending(Outcome outcome, long timeout, int error) const;
@@ -83,7 +82,7 @@ struct ORVHTTPTransport::State {
     }
 
     const int socket;
-    const Endpoint peer;
+    const sockaddr_storage peer;
     std::mutex sendTurn;
     std::atomic<bool> isClosed{false};
     std::atomic<bool> hasReceived{false};
@@ -164,8 +163,8 @@ ORVHTTPTransport::~ORVHTTPTransport() {
 
 std::unique_ptr<ORVHTTPTransport> ORVHTTPTransport::connect(const ORVString& host, const ORVString& port,
                                                             long timeout) {
-    const int connected = velm::connectSocket(std::string(host.view()), std::string(port.view()), timeout);
-    return std::unique_ptr<ORVHTTPTransport>(new ORVHTTPTransport(std::make_unique<State>(connected)));
+    const auto connection = velm::connectSocket(std::string(host.view()), std::string(port.view()), timeout);
+    return std::unique_ptr<ORVHTTPTransport>(new ORVHTTPTransport(std::make_unique<State>(connection)));
 }
 
 void ORVHTTPTransport::setSendTimeout(long milliseconds) {
