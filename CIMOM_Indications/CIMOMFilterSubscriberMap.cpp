@@ -2,6 +2,7 @@
 
 #include "foundation/object_model/COrvoIndication.h"
 #include "foundation/services/ORVLog.h"
+#include "foundation/subscribers/FanOut.h"
 
 #include <algorithm>
 #include <utility>
@@ -91,9 +92,9 @@ CCIMOMFilterSubscriberMap::Records::iterator CCIMOMFilterSubscriberMap::_find(co
 
 void CCIMOMFilterSubscriberMap::notify(const ORVSmrPtr<IOrvoIndication>& indication) {
     const ORVSmrPtr<IOrvoIndication> outgoing = makeOutgoing(*_indicationFilter, *indication);
-    for (const ORVSmrPtr<CCIMOMSubscriberRecord>& record : *_subscriberList) {
-        record->subscriber().notify(outgoing);
-    }
+    velm::forEachSubscriber(*_subscriberList, [&outgoing](const CCIMOMSubscriberRecord& record) {
+        record.subscriber().notify(outgoing);
+    });
 }
 
 ORVSmrPtr<IOrvoIndication> CCIMOMFilterSubscriberMap::makeOutgoing(const CCIMOMIndicationFilter& filter,

@@ -4,5 +4,5 @@
 
 CCIMOMSubscriberRecord::CCIMOMSubscriberRecord(ORVSmrPtr<CSubscriber> subscriber,
                                                std::uint32_t referenceCount)
-    : _subscriber(std::move(subscriber)), _referenceCount(referenceCount) {
+    : _subscriber(std::move(subscriber)), _inPlace(_subscriber.Get()), _referenceCount(referenceCount) {
 }

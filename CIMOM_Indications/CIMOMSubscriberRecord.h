@@ -15,9 +15,10 @@ public:
 
     ORVSmrPtr<CSubscriber> getSubscriber() const { return _subscriber; }
     /// The subscriber itself, for those who need no handle of their own.
-    CSubscriber& subscriber() const { return *_subscriber; }
+    CSubscriber& subscriber() const { return _inPlace ? *_inPlace : *_subscriber; }
+    CSubscriber* subscriberOrNull() const noexcept { return _inPlace; }
     /// The subscriber's identity in place; null when it has none.
-    const CSubscriberID* identity() const { return _subscriber->identity(); }
+    const CSubscriberID* identity() const { return subscriber().identity(); }
     std::uint32_t getReferenceCount() const noexcept { return _referenceCount; }
 
     /// Both answer the new count. Requires: the class manager's write lock; decrementing, a count above 0.
@@ -26,5 +27,7 @@ public:
 
 private:
     const ORVSmrPtr<CSubscriber> _subscriber;
+    /// What the handle holds, one step nearer.
+    CSubscriber* const _inPlace;
     std::uint32_t _referenceCount;
 };

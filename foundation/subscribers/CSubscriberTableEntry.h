@@ -25,6 +25,7 @@ public:
     ORVSmrPtr<CSubscriber> getSubscriber() const { return _subscriber; }
     /// The subscriber itself, for those who need no handle of their own.
     CSubscriber& subscriber() const { return *_subscriber; }
+    CSubscriber* subscriberOrNull() const noexcept { return _subscriber.Get(); }
     /// The subscriber's identity in place; null when it has none.
     const CSubscriberID* identity() const { return _subscriber->identity(); }
     bool isClassBased() const { return _isClassBased; }

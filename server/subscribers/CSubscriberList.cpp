@@ -1,6 +1,7 @@
 #include "foundation/subscribers/CSubscriberList.h"
 
 #include "foundation/object_model/COrvoInstanceName.h"
+#include "foundation/subscribers/FanOut.h"
 
 #include <algorithm>
 #include <limits>
@@ -176,9 +177,9 @@ bool CSubscriberList::notify(ORVSmrPtr<IOrvoIndication> indication) {
         return true;
     }
     bool isQueued = false;
-    for (const auto& entry : *rows->entries) {
-        isQueued = entry->notify(indication) || isQueued;
-    }
+    velm::forEachSubscriber(*rows->entries, [&](CSubscriberTableEntry& entry) {
+        isQueued = entry.notify(indication) || isQueued;
+    });
     return isQueued;
 }
 
