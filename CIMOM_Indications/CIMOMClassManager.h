@@ -19,7 +19,7 @@
 /// unLockForWrite() to change subscriptions. The indication manager's lock is taken before this one, never
 /// after. dump() locks by itself.
 ///
-/// The tree is fixed once it is built: classes that the repository learns of later are unknown here.
+/// Classes that the repository learns of after initialize() are unknown here until addClass() tells of them.
 class CCIMOMClassManager {
 public:
     /// Builds the registry from the classes of namespace "root/kob/talmora". Called by the hosting server; a

@@ -70,13 +70,15 @@ void CCIMOMIndicationFilterList::subscribe(ORVSmrPtr<CCIMOMIndicationFilter> fil
 
 bool CCIMOMIndicationFilterList::unsubscribe(ORVSmrPtr<CCIMOMIndicationFilter> filter,
                                              ORVSmrPtr<CSubscriber> subscriber, bool& isEmpty) {
-    const CCIMOMIndicationFilter& wanted = *filter;
     isEmpty = false;
     if (!_made.find()) {
         return !_filter.IsNull() && *_filter == filter && _unsubscribeSingle(subscriber, isEmpty);
     }
     Parts& parts = _partsToChange();
-    for (const MapList::iterator position : parts.mayEqual(wanted)) {
+    if (parts.maps.isEmpty()) {
+        return false;
+    }
+    for (const MapList::iterator position : parts.mayEqual(*filter)) {
         Map& map = **position;
         if (*map.getIndicationFilter() != filter) {
             continue;
@@ -157,8 +159,10 @@ void CCIMOMIndicationFilterList::removeSubscriber(const CSubscriberID& id,
         return;
     }
     Parts& parts = _partsToChange();
+    const std::vector<MapList::iterator> positions = parts.mayHave(id);
     std::vector<MapList::iterator> emptied;
-    for (const MapList::iterator position : parts.mayHave(id)) {
+    emptied.reserve(positions.size());
+    for (const MapList::iterator position : positions) {
         Map& map = **position;
         map.removeSubscriber(id);
         parts.updateIndex(position, &id);

@@ -27,7 +27,8 @@ void CCIMOMSubscription::subscribe(ORVSmrPtr<CCIMOMIndicationFilter> filter,
     }
     const ORVSmrPtr<IOrvoInstanceName> instanceName = target->getReference();
     const ORVString key = velm::instanceKeyOf(*instanceName);
-    // Before anything can fail: a place too many does no harm.
+    static_cast<void>(*filter);  // Nothing is entered for a null one.
+    // Before anything else can fail: a place too many does no harm.
     if (const CSubscriberID* id = subscriber->identity()) {
         _places.add(*id, key);
     }
@@ -124,14 +125,19 @@ void CCIMOMSubscription::removeSubscriber(const CSubscriberID& id,
     _classList.removeSubscriber(id, deletedFilters, isEmpty);
 
     ORVValSlist<ORVString> emptied;
-    for (const ORVString& key : _places.take(id, _instances)) {
+    bool isGone = true;
+    for (const ORVString& key : _places.keysOf(id, _instances)) {
         CCIMOMIndicationFilterList& list = **_instances.find(key);
         list.removeSubscriber(id, deletedFilters, isEmpty);
         if (isEmpty) {
             emptied.append(key);
         } else if (list.hasSubscriber(id)) {
-            _places.add(id, key);  // Another subscriber of the same identity.
+            isGone = false;  // Another subscriber of the same identity.
         }
+    }
+    // Not before: after a failure half-way a later removal comes by the rest.
+    if (isGone) {
+        _places.forget(id);
     }
     for (const ORVString& key : emptied) {
         _instances.remove(key);

@@ -73,7 +73,8 @@ std::uint64_t routeOf(const Association* filter) {
     return anyIndication;
 }
 
-void appendFrom(const std::unordered_map<std::uint64_t, Places>& table, std::uint64_t key, Places& places) {
+template <class Table>
+void appendFrom(const Table& table, const typename Table::key_type& key, Places& places) {
     if (const auto found = table.find(key); found != table.end()) {
         places.insert(places.end(), found->second.begin(), found->second.end());
     }
@@ -102,8 +103,8 @@ void eraseFrom(Places& places, const Place& place) noexcept {
     places.erase(first, last);
 }
 
-void eraseFrom(std::unordered_map<std::uint64_t, Places>& table, std::uint64_t key,
-               const Place& place) noexcept {
+template <class Table>
+void eraseFrom(Table& table, const typename Table::key_type& key, const Place& place) noexcept {
     if (const auto found = table.find(key); found != table.end()) {
         eraseFrom(found->second, place);
         if (found->second.empty()) {
@@ -137,7 +138,7 @@ void FilterIndex::remove(Position position) noexcept {
     eraseFrom(_byRoute, routeOf(place.association), place);
     for (const ORVSmrPtr<CCIMOMSubscriberRecord>& record : *map.getSubscriberList()) {
         if (const CSubscriberID* id = record->identity()) {
-            eraseFrom(_bySubscriber, hashKeySubscriberID(*id), place);
+            eraseFrom(_bySubscriber, *id, place);
         }
     }
     _places.erase(found);
@@ -147,9 +148,9 @@ void FilterIndex::update(Position position, const CSubscriberID& id) {
     const Map& map = **position;
     const Place& place = _places.at(&map);
     if (map.hasSubscriber(id)) {
-        insertInOrder(_bySubscriber[hashKeySubscriberID(id)], place);
+        insertInOrder(_bySubscriber[id], place);
     } else {
-        eraseFrom(_bySubscriber, hashKeySubscriberID(id), place);
+        eraseFrom(_bySubscriber, id, place);
     }
 }
 
@@ -178,7 +179,7 @@ Places FilterIndex::mayMatch(RoutedIndication& indication) const {
 
 Places FilterIndex::mayHave(const CSubscriberID& id) const {
     Places places;
-    appendFrom(_bySubscriber, hashKeySubscriberID(id), places);
+    appendFrom(_bySubscriber, id, places);
     return places;
 }
 

@@ -5,6 +5,7 @@
 #include "CIMOM_Indications/RoutedIndication.h"
 #include "foundation/containers/ORVValSlist.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <unordered_map>
 #include <vector>
@@ -51,11 +52,15 @@ public:
 private:
     using Table = std::unordered_map<std::uint64_t, Places>;
 
+    struct HashOfIdentity {
+        std::size_t operator()(const CSubscriberID& id) const noexcept { return hashKeySubscriberID(id); }
+    };
+
     std::uint64_t _nextOrdinal = 0;
     std::unordered_map<const Map*, Place> _places;
     Table _byEquality;
     Table _byRoute;
-    Table _bySubscriber;
+    std::unordered_map<CSubscriberID, Places, HashOfIdentity> _bySubscriber;
 };
 
 }  // namespace velm

@@ -44,14 +44,15 @@ void SubscriberPlaces::_remove(const CSubscriberID& id, std::uint32_t hash) noex
     }
 }
 
-std::vector<std::uint32_t> SubscriberPlaces::_take(const CSubscriberID& id) {
-    Person* person = _find(id);
-    if (!person) {
-        return {};
+void SubscriberPlaces::forget(const CSubscriberID& id) noexcept {
+    if (Person* person = _find(id)) {
+        _forget(person);
     }
-    std::vector<std::uint32_t> hashes = person->hashes.all();
-    _forget(person);
-    return hashes;
+}
+
+std::vector<std::uint32_t> SubscriberPlaces::_hashesOf(const CSubscriberID& id) const {
+    const Person* person = _find(id);
+    return person ? person->hashes.all() : std::vector<std::uint32_t>();
 }
 
 SubscriberPlaces::Person* SubscriberPlaces::_find(const CSubscriberID& id) const noexcept {

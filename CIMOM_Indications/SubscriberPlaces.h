@@ -19,7 +19,7 @@ class IdentityIndex;
 ///
 /// It keeps the hashes of the keys only. So it may name a list that the subscriber is not in, and whoever
 /// asks looks; it never misses one. Threads: as the table that it stands beside. Failure: std::bad_alloc,
-/// from add() and take().
+/// from add() and keysOf().
 class SubscriberPlaces {
 public:
     SubscriberPlaces() noexcept;
@@ -38,12 +38,14 @@ public:
         }
     }
 
-    /// The keys of the lists in `table` that the subscriber may be in, in its order of iteration; forgets the
-    /// subscriber.
+    /// The subscriber is in no list any more.
+    void forget(const CSubscriberID& id) noexcept;
+
+    /// The keys of the lists in `table` that the subscriber may be in, in its order of iteration.
     template <class V>
-    std::vector<ORVString> take(const CSubscriberID& id, const ORVValMap<ORVString, V>& table) {
+    std::vector<ORVString> keysOf(const CSubscriberID& id, const ORVValMap<ORVString, V>& table) const {
         std::vector<std::pair<typename ORVValMap<ORVString, V>::Place, ORVString>> places;
-        for (const std::uint32_t hash : _take(id)) {
+        for (const std::uint32_t hash : _hashesOf(id)) {
             for (ORVString& key : table.keysWithHash(hash)) {
                 const auto place = table.placeOf(key);
                 places.emplace_back(place, std::move(key));
@@ -63,7 +65,7 @@ private:
     struct Person;
 
     void _remove(const CSubscriberID& id, std::uint32_t hash) noexcept;
-    std::vector<std::uint32_t> _take(const CSubscriberID& id);
+    std::vector<std::uint32_t> _hashesOf(const CSubscriberID& id) const;
     Person* _find(const CSubscriberID& id) const noexcept;
     void _forget(Person* person) noexcept;
 

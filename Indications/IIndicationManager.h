@@ -54,7 +54,8 @@ public:
                            IOrvoIndication::IndicationType type, const ORVString& localHostName,
                            const ORVString& localPortNumber) = 0;
 
-    /// Takes one such subscription back; answers false when the client is unknown or has none.
+    /// Takes one such subscription back; answers false when the client is unknown or has none. Throws as
+    /// subscribe() does, but for a type that has no such subscription only where others stand.
     virtual bool unsubscribe(ORVSmrPtr<CSubscriberID> subscriberID, ORVSmrPtr<IOrvoValue>& classValue,
                              ORVSmrPtr<IOrvoValue>& endOne, ORVSmrPtr<IOrvoValue>& endTwo,
                              IOrvoIndication::IndicationType type) = 0;
@@ -74,8 +75,9 @@ public:
     /// Takes an indication that a provider reports and queues it at every subscriber that wants it.
     ///
     /// Answers true only when the last list of a class, or of "*", that a change was offered to queued it.
-    /// While indications are disabled it answers false and does nothing. Throws ORVNullPointerException for
-    /// an indication without object or instance name.
+    /// While indications are disabled it answers false and does nothing. Throws ORVNullPointerException when
+    /// the routing needs an object or an instance name that the indication has not: a null object always, a
+    /// null name of a change, or where an instance has subscribers.
     bool notify(ORVSmrPtr<IOrvoIndication> indication) override = 0;
 
     /// Records a subscriber. Answers true, also when the connection monitor refused it.

@@ -225,7 +225,8 @@ void CIndicationManager::_deleteFromSubscriberTable(const ORVSmrPtr<CSubscriber>
     _purgeSubscriberTable();
     ORVSmrPtr<CDeletedSubscriberRecord> record(new CDeletedSubscriberRecord(subscriber));
     ORVValSlist<ORVString> instanceNamesToDelete;
-    for (const ORVString& key : _tablePlaces.take(subscriberID, _subscriberTable)) {
+    bool isGone = true;
+    for (const ORVString& key : _tablePlaces.keysOf(subscriberID, _subscriberTable)) {
         CSubscriberList& list = **_subscriberTable.find(key);
         const ORVSmrPtr<CSubscriberTableEntry> entry = list.takeEntry(subscriberID);
         if (entry.IsNull()) {
@@ -233,10 +234,15 @@ void CIndicationManager::_deleteFromSubscriberTable(const ORVSmrPtr<CSubscriber>
         }
         const ORVSmrPtr<IOrvoInstanceName> instanceName = list.getInstanceName();
         record->addTableEntry(instanceName, entry);
-        _updatePlace(key, list, subscriberID);
+        isGone = isGone && !list.hasRow(subscriberID);
         if (list.isEmpty()) {
             instanceNamesToDelete.append(instanceName->toString());
         }
+    }
+    // Not before: after a failure half-way a later removal comes by the rest. Another subscriber may have the
+    // same identity.
+    if (isGone) {
+        _tablePlaces.forget(subscriberID);
     }
     // A class-wide list is filed under the class name, so this look-up leaves it in place, empty.
     for (const ORVString& name : instanceNamesToDelete) {

@@ -6,14 +6,30 @@
 #include "foundation/services/CIMUtil.h"
 #include "foundation/utilities/ORVLockGuard.h"
 
+namespace {
+
+/// Whether anybody reads the line must not decide what becomes of an object without a name.
+ORVString textOf(const ORVSmrPtr<IOrvoIndication>& indication) {
+    try {
+        return COrvoDebugTools::indicationToString(indication);
+    } catch (const ORVNullPointerException&) {
+        return COrvoDebugTools::indicationTypeToString(indication->getType()) + " of an unnamed object";
+    }
+}
+
+void logReceived(const ORVSmrPtr<IOrvoIndication>& indication) {
+    CIMUtil::Log("CIndicationManager", "Legacy Indication received: " + textOf(indication),
+                 OrvoTraceLog::SeverityDetail, ORVLog::CIMOMLOG);
+}
+
+}  // namespace
+
 bool CIndicationManager::notify(ORVSmrPtr<IOrvoIndication> indication) {
     if (!getIndicationsEnabled()) {
         return false;
     }
     if (CIMUtil::IsLogged(OrvoTraceLog::SeverityDetail, ORVLog::CIMOMLOG)) {
-        CIMUtil::Log("CIndicationManager",
-                     "Legacy Indication received: " + COrvoDebugTools::indicationToString(indication),
-                     OrvoTraceLog::SeverityDetail, ORVLog::CIMOMLOG);
+        logReceived(indication);
     }
     ORVLockGuard lock(_indicationManagerLock, ORVLockGuard::forReading);
     lock.enter();

@@ -84,8 +84,8 @@ public:
 private:
     /// Empties the queue into `taken`, with the number dropped before, unless it holds more than `most`.
     bool _takeUpTo(std::size_t most, velm::IndicationQueue& taken, std::uint64_t& dropped) noexcept;
-    void _tellDropping() const;
-    void _tellEndOfBurst(std::uint64_t dropped) const;
+    void _tellDropping() const noexcept;
+    void _tellEndOfBurst(std::uint64_t dropped) const noexcept;
 
     // All that notify() touches, on the line on which the object begins.
     /// Held for no longer than it takes to add an indication or to take the queue over.

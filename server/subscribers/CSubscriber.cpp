@@ -17,9 +17,14 @@ constexpr std::size_t usualSpare = 16;
 
 using Indications = ORVValSlist<ORVSmrPtr<IOrvoIndication>>;
 
-void logDropping(const char* component, const std::string& message) {
-    ORVLog::log(component, std::string_view(message), OrvoTraceLog::SeverityWarning,
-                OrvoTraceLog::VerbosityNormal, 0, ORVLog::CIMOMLOG);
+/// Memory is short when queues are full: the line may be lost then, but no indication behind it.
+template <class Message>
+void logDropping(const char* component, Message message) noexcept {
+    try {
+        ORVLog::log(component, std::string_view(message()), OrvoTraceLog::SeverityWarning,
+                    OrvoTraceLog::VerbosityNormal, 0, ORVLog::CIMOMLOG);
+    } catch (...) {
+    }
 }
 
 velm::SubscriberRecord::Time now() {
@@ -127,18 +132,20 @@ std::size_t CSubscriber::abandonQueue() noexcept {
     return _queue.size();
 }
 
-void CSubscriber::_tellDropping() const {
-    logDropping("CSubscriber::notify",
-                fmt::format("The queue of the subscriber '{}' is full ({} indications), dropping the oldest.",
-                            _subscriberID->toString().view(), _maxQueued));
+void CSubscriber::_tellDropping() const noexcept {
     _record->noteQueueFull(now());
+    logDropping("CSubscriber::notify", [this] {
+        return fmt::format("The queue of the subscriber '{}' is full ({} indications), dropping the oldest.",
+                           _subscriberID->toString().view(), _maxQueued);
+    });
 }
 
-void CSubscriber::_tellEndOfBurst(std::uint64_t dropped) const {
-    logDropping("CSubscriber::getIndications",
-                fmt::format("The queue of the subscriber '{}' is empty again, indications dropped: {}.",
-                            _subscriberID->toString().view(), dropped));
+void CSubscriber::_tellEndOfBurst(std::uint64_t dropped) const noexcept {
     _record->noteDropped(velm::DropRule::queueFull, dropped, _record->lastDropSince(), now());
+    logDropping("CSubscriber::getIndications", [this, dropped] {
+        return fmt::format("The queue of the subscriber '{}' is empty again, indications dropped: {}.",
+                           _subscriberID->toString().view(), dropped);
+    });
 }
 
 std::size_t CSubscriber::getWaitingCount() {

@@ -118,6 +118,16 @@ TEST_F(IndicationFilterList, FailsAsANullHandleAndStaysAsItWas_WhenTheFilterIsNu
     EXPECT_EQ(map(0).getSubscriberList()->entries(), 1U);
 }
 
+TEST_F(IndicationFilterList, AnswersFalse_WhenANullFilterIsUnsubscribedFromAnEmptyList) {
+    EXPECT_FALSE(list.unsubscribe(nullptr, subscriber, isEmpty));
+    subscribe(subscriber, Filter::FilterCreate);
+    subscribe(other, Filter::FilterDestroy);
+    CCIMOMDeletedFilterRecord::List records(new ORVValSlist<ORVSmrPtr<CCIMOMDeletedFilterRecord>>);
+    list.removeSubscriber(*subscriber->getSubscriberID(), records, isEmpty);
+    list.removeSubscriber(*other->getSubscriberID(), records, isEmpty);
+    EXPECT_FALSE(list.unsubscribe(nullptr, subscriber, isEmpty));
+}
+
 TEST_F(IndicationFilterList, AnswersFalseSilently_WhenUnsubscribingAFilterThatIsNotHeld) {
     subscribe(subscriber, Filter::FilterCreate);
     const LogCapture log;

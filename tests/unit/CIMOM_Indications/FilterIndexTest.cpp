@@ -15,6 +15,7 @@
 #include <map>
 #include <random>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -211,4 +212,52 @@ TEST_F(LongFilterList, AsksOnlyTheFiltersThatNameAnEnd_WhenItIsLong) {
     const auto places = index.mayMatch(routed);
     ASSERT_EQ(places.size(), 1U);
     EXPECT_TRUE(places[0].association->matches(routed));
+}
+
+TEST_F(LongFilterList, RemovesEitherOfTwoSubscribers_WhenTheirHashesAreEqual) {
+    const auto makeHashed = [](unsigned int number) {
+        return ORVSmrPtr<CSubscriberID>(
+            new CSubscriberID("127.0.0.1", ORVString(std::to_string(number)), number));
+    };
+    std::unordered_map<std::uint32_t, unsigned int> numbers;
+    ORVSmrPtr<CSubscriberID> one;
+    ORVSmrPtr<CSubscriberID> other;
+    for (unsigned int number = 1; other.IsNull(); ++number) {
+        one = makeHashed(number);
+        if (const auto [known, isNew] = numbers.emplace(hashKeySubscriberID(*one), number); !isNew) {
+            other = makeHashed(known->second);
+        }
+    }
+    std::vector<Filter> filters;
+    for (int number = 0; number < 40; ++number) {
+        const ORVString keys =
+            makeInstanceName("CIM_File", std::to_string(number).c_str())->getKeyProperties();
+        filters.push_back(
+            makeFilter<CCIMOMAdditionIndicationFilter>(files.file, keys, files.directory, ORVString()));
+    }
+    const auto isRemovedBesideTheOther = [&](const ORVSmrPtr<CSubscriberID>& first,
+                                             const ORVSmrPtr<CSubscriberID>& second, bool isFilterShared) {
+        CCIMOMIndicationFilterList both;
+        for (const Filter& filter : filters) {
+            both.subscribe(filter, makeSubscriber(), nullptr);
+        }
+        const auto subscribe = [&](const ORVSmrPtr<CSubscriberID>& id, const Filter& filter) {
+            both.subscribe(filter, ORVSmrPtr<CSubscriber>(new CSubscriber(id, "s", "1", nullptr)), nullptr);
+        };
+        subscribe(first, filters[0]);
+        subscribe(second, filters[isFilterShared ? 0 : 1]);
+        CCIMOMDeletedFilterRecord::List records(new ORVValSlist<ORVSmrPtr<CCIMOMDeletedFilterRecord>>);
+        bool isEmpty = false;
+        both.removeSubscriber(*first, records, isEmpty);
+        const bool isThere = both.hasSubscriber(*second) && !both.hasSubscriber(*first);
+        both.removeSubscriber(*second, records, isEmpty);
+        std::size_t left = 0;
+        for (const auto& map : *both.getFilterSubscriberMapList()) {
+            left += map->getSubscriberList()->entries();
+        }
+        return isThere && left == filters.size();
+    };
+    EXPECT_TRUE(isRemovedBesideTheOther(one, other, true));
+    EXPECT_TRUE(isRemovedBesideTheOther(one, other, false));
+    EXPECT_TRUE(isRemovedBesideTheOther(other, one, false));
 }

@@ -54,17 +54,20 @@ TEST(SubscriberPlaces, NamesTheListsInTheOrderOfTheTable) {
     for (unsigned int number = 20; number-- > 0;) {
         places.add(*makeSubscriberID(), keyOf(number));
     }
-    EXPECT_EQ(textsOf(places.take(*makeSubscriberID(), table)),
+    EXPECT_EQ(textsOf(places.keysOf(*makeSubscriberID(), table)),
               walk(table, [](const std::string&) { return true; }));
 }
 
-TEST(SubscriberPlaces, ForgetsTheSubscriber_WhenItsListsAreTaken) {
+TEST(SubscriberPlaces, NamesNoList_WhenTheSubscriberIsForgotten) {
     Table table(&hashKeyORVString, 3);
     table.insert("1", 0);
     velm::SubscriberPlaces places;
     places.add(*makeSubscriberID(), "1");
-    EXPECT_THAT(textsOf(places.take(*makeSubscriberID(), table)), ElementsAre("1"));
-    EXPECT_THAT(places.take(*makeSubscriberID(), table), IsEmpty());
+    EXPECT_THAT(textsOf(places.keysOf(*makeSubscriberID(), table)), ElementsAre("1"));
+    EXPECT_THAT(textsOf(places.keysOf(*makeSubscriberID(), table)), ElementsAre("1"));
+    places.forget(*makeSubscriberID());
+    EXPECT_THAT(places.keysOf(*makeSubscriberID(), table), IsEmpty());
+    places.forget(*makeSubscriberID());
 }
 
 TEST(SubscriberPlaces, LeavesOutListsThatAreGone) {
@@ -76,7 +79,7 @@ TEST(SubscriberPlaces, LeavesOutListsThatAreGone) {
     places.add(*makeSubscriberID(), "gone");
     places.add(*makeSubscriberID(), "retired");
     places.add(*makeSubscriberID(), "here");
-    EXPECT_THAT(textsOf(places.take(*makeSubscriberID(), table)), ElementsAre("here"));
+    EXPECT_THAT(textsOf(places.keysOf(*makeSubscriberID(), table)), ElementsAre("here"));
 }
 
 TEST(SubscriberPlaces, MissesNoList_WhenAnotherOfTheSameHashIsLeft) {
@@ -96,12 +99,12 @@ TEST(SubscriberPlaces, MissesNoList_WhenAnotherOfTheSameHashIsLeft) {
     places.add(*makeSubscriberID(), one);
     places.add(*makeSubscriberID(), other);
     places.remove(*makeSubscriberID(), one, table);
-    EXPECT_THAT(textsOf(places.take(*makeSubscriberID(), table)), testing::Contains(other.data()));
+    EXPECT_THAT(textsOf(places.keysOf(*makeSubscriberID(), table)), testing::Contains(other.data()));
 
     places.add(*makeSubscriberID(), other);
     table.remove(one);
     places.remove(*makeSubscriberID(), other, table);
-    EXPECT_THAT(places.take(*makeSubscriberID(), table), IsEmpty());
+    EXPECT_THAT(places.keysOf(*makeSubscriberID(), table), IsEmpty());
 }
 
 TEST(SubscriberPlaces, AgreesWithAWalk_OverAHundredThousandRandomOperations) {
@@ -131,9 +134,10 @@ TEST(SubscriberPlaces, AgreesWithAWalk_OverAHundredThousandRandomOperations) {
                 table.remove(key);
                 break;
             default:
-                ASSERT_EQ(textsOf(places.take(*id, table)), walk(table, [&](const std::string& text) {
+                ASSERT_EQ(textsOf(places.keysOf(*id, table)), walk(table, [&](const std::string& text) {
                               return model[session].contains(text);
                           }));
+                places.forget(*id);
                 model.erase(session);
         }
     }

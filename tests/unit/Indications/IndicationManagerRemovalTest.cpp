@@ -354,6 +354,24 @@ TEST_F(SubscriberRemoval, LogsAtTheOuterPlace_WhenTheSubscriberTableFails) {
     EXPECT_FALSE(ORVReaderWriterLock::thisThreadHoldsRankedLock());
 }
 
+TEST_F(SubscriberRemoval, ComesByTheRestOfTheRowsLater_WhenItFailedHalfWay) {
+    constexpr int instances = 20;
+    for (int number = 0; number < instances; ++number) {
+        subscribeChange(makeID(), makeInstanceName("DataFile", std::to_string(number).c_str()));
+    }
+    auto& table = inspect(*manager).subscriberTable();
+    const ORVString broken = makeInstanceName("DataFile", "7")->toString();
+    table.insert(broken, nullptr);
+    remove("127.0.0.1");
+    table.remove(broken);
+
+    manager->addSubscriber(ORVSmrPtr<CSubscriber>(new CSubscriber(makeID(), "s", "1", nullptr)));
+    remove("127.0.0.1");
+    for (ORVValMapIterator<ORVString, ORVSmrPtr<CSubscriberList>> list(table); ++list;) {
+        EXPECT_TRUE(list.value()->isEmpty()) << list.key();
+    }
+}
+
 TEST_F(SubscriberRemoval, LogsAtTheInnerPlace_WhenTheClassRegistryFails) {
     const ORVSmrPtr<CSubscriber> nobody(new CSubscriber(nullptr, "s", "1", nullptr));
     CCIMOMClassManager::getInstance()

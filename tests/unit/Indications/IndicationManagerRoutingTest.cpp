@@ -272,5 +272,19 @@ TEST_F(IndicationRouting, ThrowsAndHoldsNoLock_WhenTheIndicationHasNoObject) {
     EXPECT_FALSE(ORVReaderWriterLock::thisThreadHoldsRankedLock());
 }
 
+TEST_F(IndicationRouting, DeliversAnObjectWithoutAName_WhetherOrNotSomebodyReadsTheTrace) {
+    subscribeClass(makeID(), "DataFile", Creation);
+    const ORVSmrPtr<IOrvoObject> unnamed(new COrvoObject("DataFile", nullptr));
+    for (const auto threshold : {OrvoTraceLog::SeverityInformation, OrvoTraceLog::SeverityDetail}) {
+        ORVLog::setTraceThreshold(threshold);
+        manager->notify(makeIndication(unnamed, Creation));
+    }
+    EXPECT_EQ(manager->findSubscriber(*makeID(), true)->getIndications()->entries(), 2u);
+    EXPECT_THAT(log.records(),
+                testing::Contains(IsTraceLine("CIndicationManager",
+                                              "Legacy Indication received: Creation of an unnamed object",
+                                              OrvoTraceLog::SeverityDetail)));
+}
+
 }  // namespace
 }  // namespace velm::test

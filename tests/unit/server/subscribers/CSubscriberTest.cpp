@@ -158,6 +158,18 @@ TEST(Subscriber, LogsAgain_WhenSecondBurstBegins) {
         2U);
 }
 
+TEST(Subscriber, DropsAndHandsOver_WhenTheLineAboutItCannotBeWritten) {
+    const Setting limit("MaxQueuedIndications", "2");
+    LogCapture log;
+    CSubscriber nameless(nullptr, "localhost", "5988", nullptr);
+    for (int count = 0; count < 3; ++count) {
+        EXPECT_NO_THROW(nameless.notify(makeIndication()));
+    }
+    EXPECT_EQ(nameless.getIndications()->entries(), 2U);
+    EXPECT_EQ(nameless.getDroppedCount(), 1U);
+    EXPECT_THAT(log.records(), IsEmpty());
+}
+
 TEST(Subscriber, DropsNothing_WhenBoundIsOff) {
     for (const char* off : {"0", "-1"}) {
         const Setting setting("MaxQueuedIndications", off);
