@@ -7,6 +7,7 @@
 #include "foundation/utilities/ORVLockGuard.h"
 
 #include <ostream>
+#include <string>
 #include <utility>
 
 namespace {
@@ -21,8 +22,9 @@ using InstanceIterator = ORVValMapIterator<ORVString, ORVSmrPtr<CCIMOMIndication
 
 void writeSubscriber(std::ostream& out, const CCIMOMSubscriberRecord& record) {
     const ORVSmrPtr<CSubscriberID> id = record.getSubscriber()->getSubscriberID();
-    out << "<TR><TD>" << id->getHostName() << ":" << id->getPortNumber() << " (" << id->getSessionID()
-        << ") </TD><TD>Ref Count: " << record.getReferenceCount() << "<BR></TD></TR>";
+    out << "<TR><TD>" << id->getHostName() << ":" << id->getPortNumber() << " ("
+        << std::to_string(id->getSessionID())
+        << ") </TD><TD>Ref Count: " << std::to_string(record.getReferenceCount()) << "<BR></TD></TR>";
 }
 
 void writeEnds(std::ostream& out, const ORVSmrPtr<CCIMOMIndicationFilter>& filter) {

@@ -6,12 +6,16 @@
 #include "foundation/utilities/ORVLockGuard.h"
 
 #include <ostream>
+#include <string>
 
 namespace {
 
+// Numbers are made text here: the caller's stream may be set to write them otherwise.
+
 void writeKind(std::ostream& ostr, const char* label, const ORVSmrPtr<IOrvoSubscriptionFilter>& filter,
                unsigned int referenceCount) {
-    ostr << label << COrvoDebugTools::indicationFilterToString(filter) << " R: " << referenceCount;
+    ostr << label << COrvoDebugTools::indicationFilterToString(filter)
+         << " R: " << std::to_string(referenceCount);
 }
 
 void writeRow(std::ostream& ostr, const ORVString& name, const CSubscriberTableEntry& entry) {
@@ -19,8 +23,8 @@ void writeRow(std::ostream& ostr, const ORVString& name, const CSubscriberTableE
     const COrvoIndicationFilterProcessor wants = entry.getWants();
     ostr << "<TR><TD>";
     velm::writeSpaced(ostr, name);
-    ostr << "</TD><TD>" << id.getHostName() << ":" << id.getPortNumber() << " (" << id.getSessionID()
-         << ") </TD><TD>";
+    ostr << "</TD><TD>" << id.getHostName() << ":" << id.getPortNumber() << " ("
+         << std::to_string(id.getSessionID()) << ") </TD><TD>";
     writeKind(ostr, "Change: ", wants.getChangeFilter(), wants.getChangeSubscriptionReferenceCount());
     writeKind(ostr, "<BR>Addition: ", wants.getAdditionFilter(),
               wants.getAdditionSubscriptionReferenceCount());

@@ -50,6 +50,20 @@ TEST_F(SubscriberTableDump, WritesOneRowPerEntry) {
                           registryDump());
 }
 
+TEST_F(SubscriberTableDump, WritesDecimalNumbers_WhateverTheStreamIsSetTo) {
+    const ORVSmrPtr<CSubscriberID> id(new CSubscriberID("listener.example.org", "5990", 77));
+    for (int count = 0; count < 20; ++count) {
+        subscribeChange(id, file);
+        subscribeEnds(id, makeString("DataFile"), makeString("DataFile"), makeString("DataFile"),
+                      IOrvoIndication::IndicationEnterAssociation);
+    }
+    std::ostringstream stream;
+    stream << std::hex << std::showbase;
+    manager->dump(stream);
+    EXPECT_THAT(stream.str(), HasSubstr("listener.example.org:5990 (77) </TD><TD>Change: NULL R: 20<BR>"));
+    EXPECT_THAT(stream.str(), HasSubstr("listener.example.org:5990 (77) </TD><TD>Ref Count: 20<BR>"));
+}
+
 TEST_F(SubscriberTableDump, PutsABlankBeforeEvery50thCharacterOfAName) {
     const std::string a(50, 'a');
     const std::string b(50, 'b');
