@@ -28,19 +28,32 @@ public:
 
     /// Called before each indication is used.
     void step() noexcept {
-        _fetchTexts(_second);
-        _fetchValues(_first);
-        _second = _first;
-        _first = ++_next ? _objectOf(_next.key().Get()) : nullptr;
-        _fetchProperties(_first);
+        _fetchTexts(_valued);
+        _valued = _recorded;
+        _fetchValues(_valued);
+        _recorded = _opened;
+        _fetchRecords(_recorded);
+        _opened = _object ? ownObject<COrvoObject>(*_object) : nullptr;
+        _fetchProperties(_opened);
+        _object = _held ? _held->Get() : nullptr;
+        __builtin_prefetch(_object);
+        _held = _objectOf(_indication);
+        if (_held) {
+            _held->prefetch();
+        }
+        _indication = _queued ? _queued->Get() : nullptr;
+        __builtin_prefetch(_indication);
+        _queued = ++_next ? &_next.key() : nullptr;
+        if (_queued) {
+            _queued->prefetch();
+        }
     }
 
 private:
-    /// Null for objects of other classes: their parts can be had through handles only.
-    static const COrvoObject* _objectOf(const IOrvoIndication* indication) noexcept {
+    /// Null for objects of other classes, here and below: their parts can be had through handles only.
+    static const ORVSmrPtr<IOrvoObject>* _objectOf(const IOrvoIndication* indication) noexcept {
         const auto* own = indication ? ownObject<COrvoIndication>(*indication) : nullptr;
-        const IOrvoObject* const object = own ? own->object().Get() : nullptr;
-        return object ? ownObject<COrvoObject>(*object) : nullptr;
+        return own ? &own->object() : nullptr;
     }
 
     static void _fetchProperties(const COrvoObject* object) noexcept {
@@ -53,6 +66,17 @@ private:
         for (std::size_t offset = 0; offset < properties.size() * sizeof properties[0]; offset += cacheLine) {
             __builtin_prefetch(begin + offset);
         }
+        object->instanceName().prefetch();
+    }
+
+    static void _fetchRecords(const COrvoObject* object) noexcept {
+        if (!object) {
+            return;
+        }
+        for (const COrvoObject::Held& held : object->properties()) {
+            held.name.prefetch();
+            held.value.prefetch();
+        }
         __builtin_prefetch(object->instanceName().Get());
     }
 
@@ -61,7 +85,6 @@ private:
             return;
         }
         for (const COrvoObject::Held& held : object->properties()) {
-            held.name.prefetch();
             __builtin_prefetch(held.value.Get());
         }
     }
@@ -78,12 +101,18 @@ private:
         }
     }
 
-    static constexpr int _links = 3;
+    static constexpr int _links = 7;
 
     ORVValSlistIterator<ORVSmrPtr<IOrvoIndication>> _next;
-    /// Whose properties are on their way, and whose values are.
-    const COrvoObject* _first = nullptr;
-    const COrvoObject* _second = nullptr;
+    // One indication at each link of the chain: what stands here was asked for, and is looked into at the
+    // next step.
+    const ORVSmrPtr<IOrvoIndication>* _queued = nullptr;
+    const IOrvoIndication* _indication = nullptr;
+    const ORVSmrPtr<IOrvoObject>* _held = nullptr;
+    const IOrvoObject* _object = nullptr;
+    const COrvoObject* _opened = nullptr;
+    const COrvoObject* _recorded = nullptr;
+    const COrvoObject* _valued = nullptr;
 };
 
 }  // namespace velm

@@ -136,6 +136,9 @@ public:
     /// The object, unchecked: null for a null handle.
     T* Get() const noexcept { return _pointee ? _pointee->object.load(std::memory_order_acquire) : nullptr; }
 
+    /// Asks for the memory of the record, which no cache may hold, without waiting for it.
+    void prefetch() const noexcept { __builtin_prefetch(_pointee); }
+
     operator void*() const noexcept { return const_cast<void*>(static_cast<const void*>(Get())); }
 
     T* operator->() const { return _checked("operator->()"); }
