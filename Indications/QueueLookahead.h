@@ -46,6 +46,7 @@ public:
         _queued = ++_next ? &_next.key() : nullptr;
         if (_queued) {
             _queued->prefetch();
+            _next.prefetchNext();
         }
     }
 
