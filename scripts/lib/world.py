@@ -24,24 +24,26 @@ class World:
             if entry.name != "build" and not entry.name.startswith("."):
                 (self.folder / entry.name).symlink_to(entry)
         (self.folder / "build").mkdir()
-        (self.folder / "build/release").symlink_to(build)
+        (self.folder / "build/quickstart").symlink_to(build)
         incoming = folder / "incoming"
         home = folder / "home"
         incoming.mkdir()
         home.mkdir()
-        self.names = {"5988": self._free_port(), "5989": self._free_port(), "/srv/incoming": str(incoming)}
+        # Here, and what a document calls it. A daemon that a document starts takes the second port.
+        own_port, second_port = self._free_port(), self._free_port()
+        self.names = [(own_port, "5988"), (second_port, "5988"), (self._free_port(), "5989"), (str(incoming), "/srv/incoming")]
         path = f"{build}/velmd:{build}/velmctl:{build}/examples:{os.environ['PATH']}"
         self.environment = {"PATH": path, "HOME": str(home), "LANG": "C.UTF-8", "USER": "you",
-                            "VELMCTL_SERVER": f"127.0.0.1:{self.names['5988']}"}
-        self._start(build, folder, incoming)
+                            "VELMCTL_SERVER": f"127.0.0.1:{own_port}", "VELM_SERVER_PORT": second_port}
+        self._start(build, folder, incoming, own_port)
 
     def real(self, text):
-        for name, here in self.names.items():
+        for here, name in self.names:
             text = text.replace(name, here)
         return text
 
     def shown(self, text):
-        for name, here in self.names.items():
+        for here, name in self.names:
             text = text.replace(here, name)
         return text
 
@@ -49,10 +51,10 @@ class World:
         self.daemon.terminate()
         self.daemon.wait(PATIENCE)
 
-    def _start(self, build, folder, incoming):
+    def _start(self, build, folder, incoming, port):
         log = folder / "velmd.log"
         self.daemon = subprocess.Popen(
-            [f"{build}/velmd/velmd", "--state-dir", folder / "state", "--port", self.names["5988"], "--log-file", log,
+            [f"{build}/velmd/velmd", "--state-dir", folder / "state", "--port", port, "--log-file", log,
              "--set", f"Providers.Directory={build}/providers", "--set", f"Providers.file_watch={incoming}"], cwd=folder)
         deadline = time.monotonic() + PATIENCE
         while not (log.exists() and "Serving on port" in log.read_text()):

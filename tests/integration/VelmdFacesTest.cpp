@@ -63,6 +63,8 @@ TEST_F(VelmdFaces, LeaveOperationsAlone) {
     EXPECT_EQ(client.call("EnumerateClassNames").status(), 0);
     EXPECT_THAT(ask(velmd, "/cimom"), StartsWith("HTTP/1.1 405 "));
     EXPECT_THAT(ask(velmd, "/cimom"), HasSubstr("\r\nAllow: POST, OPTIONS\r\n"));
+    EXPECT_THAT(ask(velmd, "/cimom", "a\r\nOrigin: http://rebound.example.net", "OPTIONS"),
+                StartsWith("HTTP/1.1 403 "));
     EXPECT_THAT(ask(velmd, "/", "a", "OPTIONS"), HasSubstr("\r\nAllow: POST, OPTIONS\r\n"));
 }
 

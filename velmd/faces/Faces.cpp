@@ -172,9 +172,22 @@ std::optional<HTTPResponse> Faces::_refuseHost(const Request& request) const {
                              quotedHost(request.authority.value_or(host))));
 }
 
+std::optional<HTTPResponse> Faces::_refuseOrigin(const HTTPRequest& http) const {
+    const std::string* const origin = http.header("Origin");
+    if (origin == nullptr) {
+        return std::nullopt;
+    }
+    const auto page = urls::parse_uri(*origin);
+    if (page && page->has_authority() && _hostCheck.isOwn(std::string_view(page->encoded_authority()))) {
+        return std::nullopt;
+    }
+    return plain(403, fmt::format("Operations are not for pages of other hosts: the Origin header is '{}'.",
+                                  faces::shortened(*origin, 60)));
+}
+
 std::optional<HTTPResponse> Faces::handle(const HTTPRequest& http) const {
     if (!isFor(http)) {
-        return std::nullopt;
+        return _refuseOrigin(http);
     }
     const Request request(http);
     const Face* const face = _find(request.path);

@@ -20,6 +20,9 @@ namespace velm {
 /// answer holds a script or lets one run; see docs/design/faces.md. The tables are a document for who accepts
 /// HTML, and the library's exact output as plain text for everybody else.
 ///
+/// An operation that a page of another host sends is refused (403): browsers name the page in `Origin`, and a
+/// name that leads here (DNS rebinding) would let the page read what the operation answers.
+///
 /// Threads: any number, as far as the functions in `Sources` allow. Failure: what those throw.
 class Faces {
 public:
@@ -47,7 +50,7 @@ public:
     /// Whether it is for handle() rather than for the operations. Does not block and does not throw.
     static bool isFor(const HTTPRequest& request);
 
-    /// The answer, or nothing for what is not for this class.
+    /// The answer, or nothing for an operation that may go on to whoever carries it out.
     std::optional<HTTPResponse> handle(const HTTPRequest& http) const;
 
 private:
@@ -61,6 +64,7 @@ private:
 
     static const Face* _find(std::string_view path);
     std::optional<HTTPResponse> _refuseHost(const Request& request) const;
+    std::optional<HTTPResponse> _refuseOrigin(const HTTPRequest& http) const;
 
     HTTPResponse _page(const Request& request) const;
     HTTPResponse _style(const Request& request) const;

@@ -172,6 +172,25 @@ TEST_F(FacesTest, LookAtBothHosts_WhenTheTargetIsAWholeURL) {
     EXPECT_EQ(ask(get("http://localhost@rebound.example.net/status.json", "localhost")).status, 421U);
 }
 
+TEST_F(FacesTest, RefuseAnOperation_WhenAPageOfAnotherHostSendsIt) {
+    for (const char* origin : {"http://rebound.example.net:5988", "https://localhost.example.net",
+                               "http://localhost@rebound.example.net", "null", "", "localhost"}) {
+        for (const char* path : {"/cimom", "/"}) {
+            HTTPRequest request = withMethod(get(path), "POST");
+            request.headers.emplace_back("Origin", origin);
+            const HTTPResponse response = ask(request);
+            EXPECT_EQ(response.status, 403U) << origin;
+            EXPECT_THAT(response.body, HasSubstr("the Origin header is '" + std::string(origin) + "'"));
+        }
+    }
+    for (const char* origin :
+         {"http://localhost:5988", "http://127.0.0.1", "http://[::1]:5988", "https://node7"}) {
+        HTTPRequest request = withMethod(get("/cimom"), "POST");
+        request.headers.emplace_back("Origin", origin);
+        EXPECT_FALSE(faces.handle(request)) << origin;
+    }
+}
+
 TEST_F(FacesTest, CutTheHostThatTheyRefuse) {
     EXPECT_LT(ask(get("/", std::string(10'000, 'h'))).body.size(), 400U);
 }
