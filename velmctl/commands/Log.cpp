@@ -20,6 +20,7 @@ namespace velm {
 namespace {
 
 constexpr std::chrono::milliseconds interval{500};
+constexpr std::size_t usualLines = 10;
 
 /// Where the log is and whether it is written; nothing from a server that does not tell.
 struct LogState {
@@ -109,6 +110,9 @@ public:
         if (_action == "tail") {
             return _tail(client, output);
         }
+        if (_lines || _follows) {
+            throw CommandLineMistake("--lines and --follow are for tail");
+        }
         WBEMClient connection(client.server());
         if (_action == "on" || _action == "off") {
             connection.call("LogIndications",
@@ -151,7 +155,7 @@ private:
                                     : output.line(printable(line));
             }
         };
-        print(reader.last(_lines));
+        print(reader.last(_lines.value_or(usualLines)));
         if (LogState::of(client).isOff()) {
             output.notice("Logging is off: nothing is added. Switch it on with: velmctl log on");
         }
@@ -162,7 +166,7 @@ private:
     }
 
     std::string _action;
-    std::size_t _lines = 10;
+    std::optional<std::size_t> _lines;
     bool _follows = false;
 };
 

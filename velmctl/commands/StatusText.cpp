@@ -31,14 +31,18 @@ std::uint64_t sumOf(const std::map<std::string, std::uint64_t>& counts) {
 }
 
 Lines healthLines(const ServerStatus& status, const StatusView& view, const Output& output) {
-    const std::string health = status.isReady
-                                   ? output.coloured(Colour::green, "ready")
-                                   : output.coloured(Colour::red, "not ready: " + printable(status.notReady));
+    const std::string health =
+        status.isReady ? output.coloured(Colour::green, "ready") : output.coloured(Colour::red, "not ready");
     const std::string compiler =
         status.compiler.empty() ? "" : fmt::format(" ({})", printable(status.compiler));
     Lines lines{fmt::format(
         "{}{} at {}: {}, up {}", output.coloured(Colour::bold, "velmd " + printable(status.version)),
         compiler, view.server, health, spanText(duration_cast<seconds>(status.now - status.started)))};
+    if (!status.isReady) {
+        for (const std::string& line : wrapped("Not ready: " + printable(status.notReady), view.width)) {
+            lines.push_back(output.coloured(Colour::red, line));
+        }
+    }
     const std::string load =
         fmt::format("{} classes, {}, {}, {} under way, log {}", status.classes,
                     counted(status.providers.size(), "provider"), counted(status.connections, "connection"),

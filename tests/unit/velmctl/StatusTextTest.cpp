@@ -64,7 +64,7 @@ TEST(StatusText, TellsTheHealthFirst) {
     ServerStatus status = busyStatus();
     status.isReady = false;
     status.notReady = "it stops";
-    EXPECT_THAT(textOf(status), HasSubstr("not ready: it stops"));
+    EXPECT_THAT(textOf(status), HasSubstr(": not ready, up 2 h 5 min\nNot ready: it stops\n"));
     EXPECT_FALSE(isHealthy(status));
     status = busyStatus();
     EXPECT_TRUE(isHealthy(status));
