@@ -63,7 +63,8 @@ protected:
             loopbackAddresses(host, patienceForName);
         } catch (const ClientError& error) {
             if (error.kind() == ClientError::Kind::unresolved) {
-                output.notice(fmt::format("But {}: until it does, nothing arrives there.", error.what()));
+                output.notice(fmt::format(
+                    "But {}: the daemon removes such a subscriber with its first indication.", error.what()));
             }
         }
     }
