@@ -133,13 +133,13 @@ private:
         }
         const std::string file = state.file.empty() ? "the indications log" : printable(state.file);
         if (_action == "on") {
-            output.line(fmt::format("on: each indication that is delivered gets a line in {}", file));
+            output.prose(fmt::format("on: each indication that is delivered gets a line in {}", file));
         } else if (_action == "off") {
-            output.line(fmt::format("off: {} stays as it is", file));
+            output.prose(fmt::format("off: {} stays as it is", file));
         } else if (_action == "mark") {
-            output.line(fmt::format("marked: the marker reaches {} with the next line", file));
+            output.prose(fmt::format("marked: the marker reaches {} with the next line", file));
         } else {
-            output.line(fmt::format("cleared {}", file));
+            output.prose(fmt::format("cleared {}", file));
         }
         if (state.isOff() && _action == "mark") {
             output.notice("Logging is off. Switch it on with: velmctl log on");
