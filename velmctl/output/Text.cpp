@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 namespace velm {
 
@@ -132,14 +133,9 @@ std::vector<std::string> wrapped(std::string_view text, std::size_t columns, Lon
 }
 
 std::string paragraph(std::string_view text, std::size_t columns, std::size_t indent) {
-    std::string result = wrapped(text, columns, LongWord::whole).front();
-    if (result.size() + 1 < text.size()) {
-        const std::size_t room = columns > indent ? columns - indent : 1;
-        for (const std::string& line : wrapped(text.substr(result.size() + 1), room, LongWord::whole)) {
-            result += "\n" + std::string(indent, ' ') + line;
-        }
-    }
-    return result;
+    const std::size_t room = columns > indent ? columns - indent : 1;
+    const auto lines = wrapped(text, room, LongWord::whole);
+    return fmt::format("{}", fmt::join(lines, "\n" + std::string(indent, ' ')));
 }
 
 std::string spanText(std::chrono::seconds span) {

@@ -63,8 +63,6 @@ TEST(Text, IsAParagraph) {
     EXPECT_EQ(paragraph("", 10), "");
     EXPECT_EQ(paragraph("one two three", 9), "one two\nthree");
     EXPECT_EQ(paragraph("one two three", 9, 2), "one two\n  three");
-    EXPECT_EQ(paragraph("one two three", 7, 2), "one two\n  three");
-    EXPECT_EQ(paragraph("one two ", 7, 2), "one two");
     EXPECT_EQ(paragraph("one two", 1, 2), "one\n  two");
 }
 
