@@ -152,7 +152,7 @@ void CCIMOMClassManager::dump(std::ostream& out) {
     guard.enter();
     try {
         out << "<TABLE BORDER><TR><TH>Relationship Subscriptions</TH></TR>";
-        for (ClassIterator it(_classMap); ++it;) {
+        for (ClassIterator it(_classMap); out && ++it;) {
             _dumpClass(out, *it.value());
         }
         out << "</TABLE>";
@@ -203,7 +203,7 @@ void CCIMOMClassManager::_dumpClass(std::ostream& out, const CCIMOMClass& node) 
     for (const ORVSmrPtr<CCIMOMFilterSubscriberMap>& map : *classList.maps) {
         _dumpSubscriberMap(out, ORVString::emptyString(), map);
     }
-    for (InstanceIterator it(*table->getInstanceMapList()); ++it;) {
+    for (InstanceIterator it(*table->getInstanceMapList()); out && ++it;) {
         const CCIMOMIndicationFilterList::Contents list = it.value()->getContents();
         const ORVString instanceName = list.instanceName->toString();
         for (const ORVSmrPtr<CCIMOMFilterSubscriberMap>& map : *list.maps) {
@@ -214,12 +214,19 @@ void CCIMOMClassManager::_dumpClass(std::ostream& out, const CCIMOMClass& node) 
 
 void CCIMOMClassManager::_dumpSubscriberMap(std::ostream& out, ORVString instanceName,
                                             ORVSmrPtr<CCIMOMFilterSubscriberMap> map) {
+    // Who wants no more of a long table has the stream fail.
+    if (!out) {
+        return;
+    }
     const ORVSmrPtr<CCIMOMIndicationFilter>& filter = map->getIndicationFilter();
     const CCIMOMIndicationFilter::FilterType type = filter->getFilterType();
     out << "<TR><TH>Subscription Type</TH></TR>"
         << "<TD>" << CCIMOMIndicationFilter::convertFilterTypeToString(type) << " </TD><TR></TR>"
         << "<TR></TR><TR><TH>Subscriber</TH><TH>Reference Count</TH></TR>";
     for (const ORVSmrPtr<CCIMOMSubscriberRecord>& record : *map->getSubscriberList()) {
+        if (!out) {
+            return;
+        }
         writeSubscriber(out, *record);
     }
     out << "</TR><TR></TR><TR></TR><TR></TR>"

@@ -63,8 +63,8 @@ public:
     VELM_EXPORT void unLockForWrite();
 
     /// Writes classes and subscriptions as an HTML table. A failure is logged and ends the output where it
-    /// happened: so does a creation or destruction subscription, which has no ends to show. Takes the read
-    /// lock.
+    /// happened: so does a creation or destruction subscription, which has no ends to show. Stops when
+    /// the stream takes no more. Takes the read lock.
     VELM_EXPORT void dump(std::ostream& out);
 
 private:

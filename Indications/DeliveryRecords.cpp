@@ -164,6 +164,11 @@ RemovedSubscriberStatus DeliveryRecords::Removed::describe() const {
     // The delivery thread may have taken the queue all the same.
     const std::uint64_t droppedWithQueue = waiting - std::min(waiting, record->takenLate());
     subscriber.dropped = droppedFull + subscriber.figures.droppedBehind + droppedWithQueue;
+    if (droppedWithQueue > 0) {
+        subscriber.figures.lastDrop = SubscriberRecord::Note{
+            std::to_string(droppedWithQueue) + " dropped because the subscriber was removed", when, when,
+            droppedWithQueue};
+    }
     return {std::move(subscriber), when, reason};
 }
 

@@ -92,7 +92,8 @@ public:
                                                         bool exactMatch) const = 0;
 
     /// Writes the subscriptions as two HTML tables, without page head or body. Names that clients chose are
-    /// written as they are: whoever shows the tables must do so where no script runs.
+    /// written as they are: whoever shows the tables must do so where no script runs. Stops when the
+    /// stream takes no more.
     virtual void dump(std::ostream& ostr) = 0;
 
     /// The manager as the observer that providers report to. All handles share one count; they refer to

@@ -55,9 +55,13 @@ void CIndicationManager::dump(std::ostream& ostr) {
 
 void CIndicationManager::_dumpSubscriberTable(std::ostream& ostr) const {
     ostr << "<TABLE BORDER><TR><TH>Instance Name</TH><TH>Subscriber</TH><TH>Filter</TH></TR>";
-    for (ORVValMapIterator<ORVString, ORVSmrPtr<CSubscriberList>> table(_subscriberTable); ++table;) {
+    for (ORVValMapIterator<ORVString, ORVSmrPtr<CSubscriberList>> table(_subscriberTable); ostr && ++table;) {
         const CSubscriberList::EntryList rows = table.value()->getRows();
         for (const ORVSmrPtr<CSubscriberTableEntry>& entry : *rows) {
+            // Who wants no more of a long table has the stream fail.
+            if (!ostr) {
+                return;
+            }
             writeRow(ostr, table.key(), *entry);
         }
     }

@@ -211,6 +211,14 @@ ORVSmrPtr<IOrvoObject> FileWatchProvider::getInstance(const ORVString& /*nameSpa
     return file ? _model.file(fileName, *state) : _model.containment(place->directory.name(), fileName);
 }
 
+std::vector<std::string> FileWatchProvider::watched() const {
+    std::vector<std::string> texts;
+    for (const auto& directory : _directories) {
+        texts.push_back(directory->path() + (directory->isPresent() ? "" : " (not there)"));
+    }
+    return texts;
+}
+
 ORVSmrPtr<ORVValSlist<ORVString>> FileWatchProvider::getClassNames() {
     ORVSmrPtr<ORVValSlist<ORVString>> names(new ORVValSlist<ORVString>);
     for (const char* name : {dataFileClass, directoryClass, containmentClass}) {

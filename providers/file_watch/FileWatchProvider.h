@@ -1,6 +1,7 @@
 #pragma once
 
 #include "foundation/services/IProvider.h"
+#include "foundation/services/IWatchDescription.h"
 #include "foundation/services/ProviderEntry.h"
 #include "providers/file_watch/FileModel.h"
 #include "providers/file_watch/Inotify.h"
@@ -39,7 +40,7 @@ namespace velm::file_watch {
 /// Threads: provider operations on any thread; indications come from one thread of the provider's own, so an
 /// observer that waits inside notify() delays what follows. Failure: the constructor throws std::system_error
 /// when nothing can be watched at all.
-class FileWatchProvider : public IProvider, private DirectoryListener {
+class FileWatchProvider : public IProvider, public IWatchDescription, private DirectoryListener {
 public:
     /// `context.argument`: the directories, parted by ':', whose names therefore hold none; empty for none.
     /// One that is there and cannot be watched is logged, and left out until its path changes.
@@ -61,6 +62,9 @@ public:
     ORVSmrPtr<ORVValSlist<ORVString>> getClassNames() override;
     InstanceNames enumerateInstanceNames(const ORVString& nameSpace, const ORVString& className,
                                          ORVSmrPtr<IOrvoTransaction> transaction) override;
+
+    /// The directories, and which of them are not there.
+    std::vector<std::string> watched() const override;
 
 private:
     using Name = ORVSmrPtr<IOrvoInstanceName>;

@@ -48,6 +48,7 @@ private:
         Faces::Sources sources;
         sources.status = [status] { return status; };
         sources.dumpTables = [tables](std::ostream& out) { out << tables; };
+        sources.dumpClassTable = [](std::ostream& out) { out << "<TABLE BORDER></TABLE>"; };
         sources.illness = [] { return std::string(); };
         return sources;
     }

@@ -94,6 +94,8 @@ protected:
 TEST_P(HostileName, IsText) {
     const FaceServer server(statusFullOf(text()), text());
     EXPECT_FALSE(acts(server, "/?refresh=off"));
+    EXPECT_GT(server.requestsFor("/tables?excerpt"), 0U) << "the frame was shown, too";
+    EXPECT_FALSE(acts(server, "/"));
     EXPECT_FALSE(acts(server, "/tables"));
 }
 

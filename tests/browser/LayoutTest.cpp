@@ -64,21 +64,25 @@ TEST_P(Layout, NeverMakesThePageScrollSideways) {
 INSTANTIATE_TEST_SUITE_P(Widths, Layout, testing::Values(320, 400, 700, 1000, 1060, 1280, 1920),
                          [](const auto& row) { return "At" + std::to_string(row.param); });
 
-TEST(Frame, ShowsTheTables_WhenThePageIsPaused) {
+TEST(Frame, ShowsAnExcerptOfTheTables_WhetherThePageRefreshesOrNot) {
     VELM_SKIP_WITHOUT_BROWSER();
-    Browser browser;
-    const FaceServer server(quietStatus());
-    browser.documentOf(server.address("/?refresh=off"), {1280, 4000, false});
-    EXPECT_EQ(server.requestsFor("/tables"), 1U);
-    EXPECT_EQ(server.requestsFor("/style.css"), 1U);
+    for (const char* page : {"/", "/?refresh=off"}) {
+        Browser browser;
+        const FaceServer server(quietStatus());
+        browser.documentOf(server.address(page), {1280, 4000, false});
+        EXPECT_EQ(server.requestsFor("/tables?excerpt"), 1U) << page;
+        EXPECT_EQ(server.requestsFor("/tables"), 0U) << page;
+        EXPECT_EQ(server.requestsFor("/style.css"), 1U) << page;
+    }
 }
 
-TEST(Frame, AsksForNoTables_WhileThePageRefreshes) {
+TEST(Frame, AsksForNoTables_AsLongAsNobodyScrollsThere) {
     VELM_SKIP_WITHOUT_BROWSER();
     Browser browser;
-    const FaceServer server(quietStatus());
-    browser.documentOf(server.address("/"), {1280, 4000, false});
-    EXPECT_EQ(server.requestsFor("/tables"), 0U);
+    const FaceServer server(crowdedStatus(200));
+    browser.documentOf(server.address("/"), {1280, 800, false});
+    EXPECT_EQ(server.requestsFor("/style.css"), 1U);
+    EXPECT_EQ(server.requestsFor("/tables?excerpt"), 0U);
 }
 
 }  // namespace velm::test

@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include <boost/json/parse.hpp>
+#include <boost/json/value.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -20,6 +22,8 @@ using testing::HasSubstr;
 using testing::Not;
 
 namespace {
+
+namespace json = boost::json;
 
 constexpr const char* declaration = VELM_SOURCE_DIR "/examples/provider/CIM_ResourcePool.xml";
 
@@ -35,6 +39,12 @@ protected:
         const ProgramResult result =
             runProgram({velmdProgram(), "--state-dir", state.string(), "--import", declaration});
         ASSERT_EQ(result.exitCode, 0) << result.output;
+    }
+
+    static json::value statusOf(const VelmdProcess& velmd) {
+        return json::parse(runProgram({"/usr/bin/curl", "--silent", "--show-error", "--fail",
+                                       "http://127.0.0.1:" + std::to_string(velmd.port()) + "/status.json"})
+                               .output);
     }
 
     /// Touched memory is memory in use: each round brings about a change, however quiet the machine is.
@@ -77,6 +87,29 @@ TEST_F(VelmdProvider, OfTheExampleIsServedAndReportsChanges) {
     EXPECT_EQ(first.changed, "Reserved");
     EXPECT_EQ(velmd.terminate(), 0);
     EXPECT_THAT(velmd.log(), Not(HasSubstr("[warning]")));
+}
+
+TEST_F(VelmdProvider, TellsWhatItWatches_FromTheFirstSubscriptionToTheLast) {
+    VelmdProcess velmd(state, withProvider("file_watch", VELM_TEST_FILE_PROVIDER,
+                                           {"--set", "Providers.file_watch=" + directory.path().string()}));
+    WBEMClient client(velmd.port());
+    const auto provider = [&] { return statusOf(velmd).at("providers").at(0); };
+    EXPECT_EQ(provider().at("watched").at(0).as_string(), directory.path().string());
+    EXPECT_TRUE(provider().at("observers").as_array().empty());
+    const auto wanted =
+        WBEMClient::subscriber("1") +
+        WBEMClient::Parameters{{"IndicationType", value("Change")}, {"ClassName", className("CIM_DataFile")}};
+    ASSERT_TRUE(client.call("Subscribe", wanted).has("TRUE"));
+    const json::value observer = provider().at("observers").at(0);
+    EXPECT_EQ(observer.at("subject").as_string(), "CIM_DataFile");
+    EXPECT_EQ(observer.at("indication").as_string(), "Change");
+    EXPECT_FALSE(observer.at("isInstance").as_bool());
+    EXPECT_EQ(provider().at("observersLeftOut").to_number<int>(), 0);
+    const json::value registrations = provider().at("durations").at(0);
+    EXPECT_EQ(registrations.at("operation").as_string(), "registerObserver");
+    EXPECT_GT(registrations.at("durations").at("sum").to_number<double>(), 0);
+    ASSERT_TRUE(client.call("Unsubscribe", wanted).has("TRUE"));
+    EXPECT_TRUE(provider().at("observers").as_array().empty());
 }
 
 TEST_F(VelmdProvider, IsWarnedOf_WhenTheRepositoryLacksItsClass) {

@@ -1,3 +1,4 @@
+#include "tests/integration/FaceNumbers.h"
 #include "tests/support/ScriptedListener.h"
 #include "tests/support/VelmdItems.h"
 #include "tests/support/VelmdProcess.h"
@@ -10,7 +11,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-// What a real daemon tells of itself at /status.json and /metrics, and that both tell the same.
+// What a real daemon tells of itself at /status.json and /metrics, and that all its faces and velmctl tell
+// the same.
 
 using namespace velm::test;
 using testing::HasSubstr;
@@ -94,14 +96,77 @@ TEST_F(VelmdStatus, CountsRequestsByOperationAndStatus) {
     EXPECT_THAT(metrics, HasSubstr("velm_requests_total{operation=\"CreateInstance\",status=\"ok\"} 3\n"));
 }
 
-TEST_F(VelmdStatus, HasMetricsThatAgreeWithTheStatus) {
-    ASSERT_TRUE(awaitEnd()) << get("/status.json");
-    const std::string metrics = get("/metrics");
-    EXPECT_THAT(metrics, HasSubstr("velm_indications_queued_total 6\n"));
-    EXPECT_THAT(metrics, HasSubstr("velm_indications_delivered_total 3\n"));
-    EXPECT_THAT(metrics, HasSubstr("velm_delivery_latency_seconds_count 3\n"));
-    EXPECT_THAT(metrics, HasSubstr("velm_destination_failing{host=\"127.0.0.1\",port=\"" + nobody.port() +
-                                   "\",session=\"1\"} 1\n"));
+/// Besides one that hears and one that is not there: one that answers with an error, a channel, and one that
+/// left.
+class VelmdNumbers : public VelmdStatus {
+protected:
+    void SetUp() override {
+        VelmdStatus::SetUp();
+        subscribe(complaining.port());
+        subscribe(gone.port());
+        ASSERT_EQ(client
+                      .call("Unsubscribe", WBEMClient::subscriber(gone.port()) +
+                                               WBEMClient::Parameters{{"IndicationType", value("Creation")},
+                                                                      {"ClassName", className("EX_Item")}})
+                      .status(),
+                  0);
+        const auto identity = WBEMClient::subscriber("1", 9);
+        channel.send(client.request("RegisterNotificationChannel", identity));
+        ASSERT_EQ(channel.next().httpStatus, 200U);
+        ASSERT_EQ(
+            client
+                .call("Subscribe", identity + WBEMClient::Parameters{{"IndicationType", value("Creation")},
+                                                                     {"ClassName", className("EX_Item")}})
+                .status(),
+            0);
+        for (int number = 10; number < 14; ++number) {
+            const std::string instance = itemInstance("EX_Item", std::to_string(number));
+            ASSERT_EQ(client.call("CreateInstance", {{"NewInstance", instance}}).status(), 0);
+        }
+        ASSERT_EQ(client.call("GetClass", {{"ClassName", className("EX_Missing")}}).status(), 6);
+    }
+
+    /// Everything that was queued has ended: 7 for each of two listeners, 4 for the third and for the
+    /// channel.
+    bool hasEnded() const {
+        const Numbers now = numbersOfStatus(get("/status.json"));
+        return sumOf(now, "indications", "delivered") + sumOf(now, "failed") + sumOf(now, "dropped") == 22;
+    }
+
+    static std::uint64_t sumOf(const Numbers& numbers, const std::string& kind,
+                               const std::string& only = "") {
+        std::uint64_t sum = 0;
+        if (const auto found = numbers.find(kind); found != numbers.end()) {
+            for (const auto& [name, number] : found->second) {
+                sum += only.empty() || name == only ? number : 0;
+            }
+        }
+        return sum;
+    }
+
+    ScriptedListener complaining{errorAnswer("the disk is full")};
+    RefusingPort gone;
+    ResponseSocket channel{velmd.port()};
+};
+
+TEST_F(VelmdNumbers, AreTheSameOnAllFaces) {
+    ASSERT_TRUE(holdsInTime([this] { return hasEnded(); })) << get("/status.json");
+    const Numbers numbers = numbersOfStatus(get("/status.json"));
+    EXPECT_EQ(numbersOfMetrics(get("/metrics")), numbers);
+    EXPECT_EQ(numbersOfPage(get("/")), numbers);
+    const ProgramResult told = runProgram(
+        {VELM_TEST_VELMCTL, "status", "--json", "--server", "127.0.0.1:" + std::to_string(velmd.port())});
+    ASSERT_EQ(told.exitCode, 0) << told.output;
+    EXPECT_EQ(numbersOfStatus(told.output), numbers);
+
+    EXPECT_EQ(numbers.at("indications").at("reported"), 7U);
+    EXPECT_EQ(numbers.at("indications").at("queued"), 22U);
+    EXPECT_EQ(numbers.at("indications").at("improperAnswers"), 4U);
+    EXPECT_GT(numbers.at("failed").at("connection refused"), 0U);
+    EXPECT_EQ(numbers.at("requests").at("GetClass 6"), 1U);
+    EXPECT_EQ(numbers.at("subscriber").at("127.0.0.1:" + listener.port() + "/1 delivered"), 7U);
+    EXPECT_EQ(numbers.at("subscriber").at("127.0.0.1:" + nobody.port() + "/1 failing"), 1U);
+    EXPECT_EQ(numbers.at("subscriber").at("127.0.0.1:1/9 delivered"), 4U);
 }
 
 TEST_F(VelmdStatus, HasMetricsThatPromtoolAccepts) {

@@ -79,6 +79,8 @@ void addRemoved(ServerStatus& status) {
     broken.reason = "delivery failed";
     broken.dropped = 5;
     broken.lastFailure = Failure{"failed to send: Broken pipe", sampleNow() - 3min, sampleNow() - 3min, 1};
+    broken.lastDrop =
+        Failure{"5 dropped because the subscriber was removed", sampleNow() - 3min, sampleNow() - 3min, 5};
     status.removed = {expired, broken};
 }
 
@@ -90,7 +92,22 @@ void addProviders(ServerStatus& status) {
     files.reported = 40'120;
     files.refused = 3;
     files.calls = 911;
+    files.watched = {"/srv/incoming", "/var/spool/reports (not there)"};
+    files.observers = {
+        {"CIM_DataFile", false, "Change", "", {}, sampleNow() - 3h},
+        {"root/cimv2:CIM_DataFile.CreationClassName=\"CIM_DataFile\",Name=\"/srv/incoming/orders.csv\"",
+         true,
+         "Change",
+         "",
+         {"FileSize", "LastModified"},
+         sampleNow() - 12min}};
+    files.observersLeftOut = 1'204;
+    files.durations = {{"registerObserver", {{0.0001, 0.001, 0.1}, {20, 800, 90}, 0, 1.5}},
+                       {"getInstance", {{0.0001, 0.001, 0.1}, {0, 0, 1}, 0, 0.05}}};
     status::Provider links = files;
+    links.watched.clear();
+    links.observers.clear();
+    links.observersLeftOut = 0;
     links.name = "network_links";
     links.file = "/usr/lib/x86_64-linux-gnu/velm/providers/libnetwork_links_provider.so";
     links.classes = {"CIM_NetworkPort", "CIM_EthernetPort"};
@@ -192,9 +209,10 @@ ServerStatus statusFullOf(const std::string& text) {
     status::RemovedSubscriber removed;
     removed.host = removed.port = removed.session = removed.reason = text;
     removed.when = sampleNow();
-    removed.lastFailure = failure;
+    removed.lastFailure = removed.lastDrop = failure;
     status.removed = {removed};
-    status.providers = {{text, text, {text, text}, 1, 1, 1, 1, failure}};
+    status.providers = {{text, text, {text, text}, 1, 1, 1, 1, failure, {text, text}, {}, 7, {}}};
+    status.providers[0].observers = {{text, true, text, text, {text, text}, sampleNow() - 1min}};
     status.operations = {{text, text, 1}};
     status.counters.failed = status.counters.dropped = status.counters.removed = {{text, 1}};
     return status;

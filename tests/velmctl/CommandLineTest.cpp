@@ -1,8 +1,6 @@
-// What velmctl makes of words, and the completion scripts in real shells.
+// What velmctl makes of words.
 
 #include "tests/velmctl/VelmctlSupport.h"
-
-#include <filesystem>
 
 #include <gmock/gmock.h>
 
@@ -11,22 +9,6 @@ using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
-
-namespace {
-
-/// What bash offers for the last of `words`, with the script that velmctl prints.
-std::string complete(const std::string& words) {
-    const std::string script = "source <(" VELM_TEST_VELMCTL
-                               " completion bash)\n"
-                               "complete -p velmctl >/dev/null || exit 1\n"
-                               "COMP_WORDS=(" +
-                               words +
-                               ")\nCOMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n"
-                               "_velmctl\necho \"${COMPREPLY[*]}\"\n";
-    return runProgram({"/usr/bin/bash", "-uc", script}).output;
-}
-
-}  // namespace
 
 TEST(CommandLine, SuggestsTheNearestWord) {
     const struct {
@@ -46,7 +28,7 @@ TEST(CommandLine, SuggestsTheNearestWord) {
     for (const auto& [words, told] : cases) {
         const ProgramResult result = runVelmctl(words);
         EXPECT_EQ(result.exitCode, 2) << result.output;
-        EXPECT_THAT(result.output,
+        EXPECT_THAT(unwrapped(result.output),
                     AllOf(StartsWith("velmctl: "), HasSubstr(told), HasSubstr("--help shows")));
     }
 }
@@ -94,30 +76,45 @@ TEST(CommandLine, HelpsWithEveryCommand) {
     EXPECT_THAT(runVelmctl({"--version"}).output, StartsWith("velmctl "));
 }
 
-TEST(Completion, IsGoodBash) {
-    EXPECT_EQ(
-        runProgram({"/usr/bin/bash", "-c", "bash -n <(" VELM_TEST_VELMCTL " completion bash)"}).exitCode, 0);
-    EXPECT_EQ(complete("velmctl lis"), "listen\n");
-    EXPECT_EQ(complete("velmctl emit m"), "modify\n");
-    EXPECT_EQ(complete("velmctl listen --hea"), "--heartbeat\n");
-    EXPECT_EQ(complete("velmctl listen -e Cr"), "Creation\n");
-    EXPECT_EQ(complete("velmctl listen --port ''"), "\n");
-    EXPECT_EQ(complete("velmctl log ta"), "tail\n");
-    EXPECT_THAT(complete("velmctl import /etc/pass"), HasSubstr("/etc/passwd"));
-    EXPECT_EQ(complete("velmctl import --rep"), "--replace\n");
-    EXPECT_EQ(complete("velmctl --server 127.0.0.1 cl"), "classes\n");
-    EXPECT_THAT(complete("velmctl ''"), AllOf(HasSubstr("subscribe"), HasSubstr("completion")));
+TEST(CommandLine, SetsHelpAndErrorsAsWideAsTheTerminal) {
+    const struct {
+        unsigned short terminal;
+        std::size_t least;
+        std::size_t most;
+    } cases[] = {{60, 50, 60}, {80, 70, 80}, {90, 80, 90}, {300, 90, 100}};
+    const Words commands[] = {{"--help"},           {"listen", "--help"}, {"subscribe", "--help"},
+                              {"status", "--help"}, {"import", "--help"}, {"listen", "-e", "nothing"}};
+    for (const auto& [terminal, least, most] : cases) {
+        for (const Words& words : commands) {
+            TerminalProcess screen(velmctlCommand(words), terminal);
+            screen.wait();
+            const std::size_t widest = widthOf(screen.screen());
+            EXPECT_LE(widest, most) << screen.screen();
+            EXPECT_GE(widest, least) << screen.screen();
+        }
+    }
 }
 
-TEST(Completion, IsGoodZsh) {
-    const char* zsh = "/usr/bin/zsh";
-    if (!std::filesystem::exists(zsh)) {
-        GTEST_SKIP() << "there is no " << zsh;
+TEST(CommandLine, SetsHelpAndErrorsInEightyColumns_WhereThereIsNoTerminal) {
+    EXPECT_LE(widthOf(runVelmctl({"--help"}).output), 80U);
+    for (const char* command :
+         {"status", "listen", "channel", "subscribe", "unsubscribe", "emit", "ping-listener", "classes",
+          "instances", "import", "dump", "log", "completion"}) {
+        const ProgramResult help = runVelmctl({command, "--help"});
+        EXPECT_LE(widthOf(help.output), 80U) << help.output;
     }
-    EXPECT_EQ(runProgram({zsh, "-c", "zsh -n <(" VELM_TEST_VELMCTL " completion zsh)"}).exitCode, 0);
-    const ProgramResult loaded =
-        runProgram({zsh, "-fc",
-                    "autoload -U compinit; compinit -D; source <(" VELM_TEST_VELMCTL " completion zsh); "
-                    "echo $_comps[velmctl]"});
-    EXPECT_EQ(loaded.output, "_velmctl\n");
+    EXPECT_LE(widthOf(runVelmctl({"listen", "-e", "nothing"}).output), 80U);
+    EXPECT_GT(widthOf(runVelmctl({"listen", "-e", "nothing", "--json"}).output), 80U);
+}
+
+TEST(CommandLine, FailsWhereResultsCannotBeWritten) {
+    const std::string velmctl = VELM_TEST_VELMCTL;
+    for (const char* rest : {" --help >/dev/full", " completion bash >/dev/full", " completion zsh >&-"}) {
+        const ProgramResult result = runProgram({"/usr/bin/bash", "-c", velmctl + rest});
+        EXPECT_EQ(result.exitCode, 1) << rest;
+        EXPECT_THAT(unwrapped(result.output), StartsWith("velmctl: cannot write to standard output: "));
+    }
+    const ProgramResult enough =
+        runProgram({"/usr/bin/bash", "-c", velmctl + " --help | true; echo ${PIPESTATUS[0]}"});
+    EXPECT_EQ(enough.output, "0\n");
 }

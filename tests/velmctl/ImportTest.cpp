@@ -98,7 +98,7 @@ TEST_F(Import, NamesThePlaceOfWhatIsRefused_AndGoesOn) {
                                                 classNamed("EX_Child", "EX_Orphan") + classNamed("EX_Good"));
     const ProgramResult result = import({bad});
     EXPECT_EQ(result.exitCode, 4);
-    EXPECT_THAT(result.output,
+    EXPECT_THAT(unwrapped(result.output),
                 AllOf(HasSubstr(bad + ": line 3: class EX_Orphan: the server refused: CIM status 10 "),
                       HasSubstr(bad + ": line 4: class EX_Child: its superclass EX_Orphan was refused\n"),
                       HasSubstr("1 created, 0 replaced, 0 skipped, 2 refused\n"),
@@ -112,6 +112,28 @@ TEST_F(Import, SendsNothing_WhenAFileCannotBeRead) {
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_THAT(result.output, AllOf(HasSubstr("velmctl: " + broken), HasSubstr("line 2")));
     EXPECT_EQ(runVelmctl(to({"classes", "EX_Good"})).exitCode, 4);
+}
+
+TEST_F(Import, TellsWhatIsWrongWithAFile_AndWhatIsWanted) {
+    const struct {
+        std::string file;
+        const char* told;
+    } cases[] = {
+        {files.path() / "none.xml", ": there is no such file. "},
+        {files.path(), ": it is no file. "},
+        {files.write("empty.xml", ""), ": line 1, column 1: "},
+        {files.write("words.xml", "hello"), ": line 1, column 1: "},
+        {files.write("other.xml", "<foo/>"), "the document is no CIM-XML: its root is not CIM. "},
+        {files.write("entity.xml", "<!DOCTYPE CIM [<!ENTITY a \"b\">]><CIM>&a;</CIM>"),
+         ": document type declarations are not accepted. "},
+    };
+    for (const auto& [name, told] : cases) {
+        const ProgramResult result = import({name});
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_THAT(unwrapped(result.output),
+                    AllOf(HasSubstr("velmctl: " + name), HasSubstr(told),
+                          HasSubstr("Nothing was loaded; name CIM-XML files with declarations\n")));
+    }
 }
 
 TEST_F(Import, IsAnObjectALine_WhenJSONIsWanted) {

@@ -123,5 +123,13 @@ TEST_F(Log, MovesNoCursor) {
 TEST_F(Log, SuggestsTheNearestAction) {
     const ProgramResult result = log({"taill"});
     EXPECT_EQ(result.exitCode, 2);
-    EXPECT_THAT(result.output, HasSubstr("did you mean 'tail'?"));
+    EXPECT_THAT(unwrapped(result.output), HasSubstr("did you mean 'tail'?"));
+}
+
+TEST_F(Log, TakesTheOptionsOfTailForTailOnly) {
+    for (const Words& words : {Words{"on", "--follow"}, Words{"clear", "--lines", "3"}}) {
+        const ProgramResult refused = log(words);
+        EXPECT_EQ(refused.exitCode, 2);
+        EXPECT_THAT(refused.output, HasSubstr("--lines and --follow are for tail"));
+    }
 }

@@ -30,8 +30,8 @@ TEST(PingListener, EndsWithZero_WhenTheListenerAccepts) {
     const ProgramResult result = ping(listener);
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_THAT(result.output,
-                AllOf(HasSubstr("HTTP/1.1 200 OK"), HasSubstr("+ CIMExport: MethodResponse"),
-                      HasSubstr("+ Content-Length: "), HasSubstr("accepted: "), Not(HasSubstr("!"))));
+                AllOf(HasSubstr("HTTP/1.1 200 OK"), HasSubstr("+  CIMExport: MethodResponse"),
+                      HasSubstr("+  Content-Length: "), HasSubstr("accepted: "), Not(HasSubstr("!"))));
 }
 
 TEST(PingListener, SendsWhatTheDaemonSends) {
@@ -51,7 +51,7 @@ TEST(PingListener, AcceptsAReturnValueOfZero) {
     const ScriptedListener listener(goodAnswer());
     const ProgramResult result = ping(listener);
     EXPECT_EQ(result.exitCode, 0);
-    EXPECT_THAT(result.output, HasSubstr("! CIMExport"));
+    EXPECT_THAT(result.output, HasSubstr("!  CIMExport"));
 }
 
 TEST(PingListener, TellsWhyAnAnswerIsNotAccepted) {
@@ -84,9 +84,9 @@ TEST(PingListener, ExplainsEachHeader) {
     const ProgramResult result = ping(listener);
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_THAT(result.output,
-                AllOf(HasSubstr("! Content-Type: text/plain"), HasSubstr("! CIMOperation: MethodResponse"),
+                AllOf(HasSubstr("!  Content-Type: text/plain"), HasSubstr("!  CIMOperation: MethodResponse"),
                       HasSubstr("  Server: x"), HasSubstr("there is no colon in it"),
-                      HasSubstr("! CIMExport"), HasSubstr("! Content-Length")));
+                      HasSubstr("!  CIMExport"), HasSubstr("!  Content-Length")));
 }
 
 TEST(PingListener, DoesNotWaitForASilentListenerForEver) {

@@ -24,9 +24,10 @@ TEST(NoDaemon, IsToldHowToStartOne) {
     for (const char* command : {"classes", "listen", "channel"}) {
         const ProgramResult result = runVelmctl({command, "--server", "127.0.0.1:" + port.port()});
         EXPECT_EQ(result.exitCode, 3);
-        EXPECT_EQ(result.output, "velmctl: nobody listens on 127.0.0.1:" + port.port() +
-                                     ". Start the daemon: systemctl start velmd, or velmd --port " +
-                                     port.port() + ". Or name another with --server HOST:PORT\n");
+        EXPECT_EQ(unwrapped(result.output),
+                  "velmctl: nobody listens on 127.0.0.1:" + port.port() +
+                      ". Start the daemon: systemctl start velmd, or velmd --port " + port.port() +
+                      ". Or name another with --server HOST:PORT\n");
     }
 }
 
@@ -43,7 +44,7 @@ TEST(NoDaemon, IsTold_WhenTheHostDoesNotResolve) {
 TEST(NoDaemon, IsTold_WhenTheHostIsAnotherMachine) {
     const ProgramResult result = askAt("192.0.2.1:5988");
     EXPECT_EQ(result.exitCode, 3);
-    EXPECT_THAT(result.output, HasSubstr("this machine only"));
+    EXPECT_THAT(unwrapped(result.output), HasSubstr("this machine only"));
 }
 
 TEST(NoDaemon, IsTold_WhenSomethingElseListensThere) {
@@ -53,7 +54,7 @@ TEST(NoDaemon, IsTold_WhenSomethingElseListensThere) {
         const ScriptedListener other(rawAnswer(bytes));
         const ProgramResult result = askAt("127.0.0.1:" + other.port());
         EXPECT_EQ(result.exitCode, 3) << result.output;
-        EXPECT_THAT(result.output, HasSubstr("Name the daemon's port with --server"));
+        EXPECT_THAT(unwrapped(result.output), HasSubstr("Name the daemon's port with --server"));
     }
 }
 
@@ -136,14 +137,53 @@ TEST_F(Reading, ShowsInstancesAndTheirNames) {
         boost::json::value(path));
 }
 
+TEST_F(Reading, SaysThatThereAreNoInstances) {
+    EXPECT_EQ(runVelmctl(to({"instances", "CIM_DataFile"})).output,
+              "There are no instances of CIM_DataFile.\n");
+    EXPECT_EQ(runVelmctl(to({"instances", "CIM_DataFile", "--json"})).output, "");
+}
+
+TEST_F(Reading, SaysWhatToDo_WhateverTheDaemonRefuses) {
+    createComputer("moon");
+    const struct {
+        Words words;
+        const char* advice;
+    } cases[] = {
+        {{"emit", "create", "CIM_ComputerSystem", "Name=moon"}, ". velmctl emit modify changes"},
+        {{"emit", "delete", "CIM_ComputerSystem", "Name=sun"}, ". velmctl instances CLASS --names"},
+        {{"emit", "create", "CIM_ManagedElement", "Caption=x"}, ". velmctl COMMAND --help"},
+        {{"emit", "create", "CIM_ComputerSytem", "Name=x"}, ". velmctl classes shows"},
+        {{"listen", "CIM_DataFile", "--property", "Size"}, ". Check the spelling"},
+        {{"subscribe", "", "--to", "127.0.0.1:1"}, ". velmctl COMMAND --help"},
+    };
+    for (const auto& [words, advice] : cases) {
+        const ProgramResult result = runVelmctl(to(words));
+        EXPECT_EQ(result.exitCode, 4) << result.output;
+        EXPECT_THAT(unwrapped(result.output),
+                    AllOf(StartsWith("velmctl: the server refused: CIM status "), HasSubstr(advice)));
+    }
+}
+
 TEST_F(Reading, PassesOnWhatTheDaemonRefuses) {
     const ProgramResult result = runVelmctl(to({"instances", "EX_None"}));
     EXPECT_EQ(result.exitCode, 4);
-    EXPECT_THAT(result.output, StartsWith("velmctl: the server refused: CIM status 5 "
-                                          "(CIM_ERR_INVALID_CLASS): there is no class 'EX_None'"));
+    EXPECT_THAT(unwrapped(result.output), StartsWith("velmctl: the server refused: CIM status 5 "
+                                                     "(CIM_ERR_INVALID_CLASS): there is no class 'EX_None'"));
     const ProgramResult other = runVelmctl(to({"classes", "--namespace", "root/none"}));
     EXPECT_EQ(other.exitCode, 4);
     EXPECT_THAT(other.output, HasSubstr("CIM_ERR_INVALID_NAMESPACE"));
+}
+
+TEST_F(Reading, SubscribesForAListenerOnAnUnknownHost_AndSaysSo) {
+    const Words where{"CIM_ComputerSystem", "--to", "no-such-host.invalid:5990"};
+    Words words{"subscribe"};
+    words.insert(words.end(), where.begin(), where.end());
+    const ProgramResult result = runVelmctl(to(words));
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(unwrapped(result.output),
+                AllOf(HasSubstr("subscribed no-such-host.invalid:5990 session 1: 2 subscriptions\n"),
+                      HasSubstr("But the host 'no-such-host.invalid' does not resolve to an address: the "
+                                "daemon removes such a subscriber with its first indication.\n")));
 }
 
 TEST_F(Reading, SubscribesForAListener_AndTakesItBack) {

@@ -108,7 +108,7 @@ TEST_F(Status, KnowsTheSessions_WhenOneIsTakenBackThatIsNot) {
     const ProgramResult result =
         runVelmctl(to({"unsubscribe", "CIM_ComputerSystem", "--to", listener, "--session", "2"}));
     EXPECT_EQ(result.exitCode, 4);
-    EXPECT_THAT(result.output, HasSubstr("; subscribed there: session 1\n"));
+    EXPECT_THAT(unwrapped(result.output), HasSubstr("; subscribed there: session 1\n"));
 }
 
 TEST_F(Status, DoesNotCountAListenerThatLeft) {
@@ -180,7 +180,7 @@ TEST(StatusOfNobody, IsToldHowToStartADaemon) {
     for (const char* command : {"status", "dump"}) {
         const ProgramResult result = runVelmctl({command, "--server", "127.0.0.1:" + port.port()});
         EXPECT_EQ(result.exitCode, 3);
-        EXPECT_THAT(result.output,
+        EXPECT_THAT(unwrapped(result.output),
                     HasSubstr("Start the daemon: systemctl start velmd, or velmd --port " + port.port()));
     }
     EXPECT_EQ(runVelmctl({"status", "nobody"}).exitCode, 2);

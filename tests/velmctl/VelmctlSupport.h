@@ -25,6 +25,25 @@ inline ProgramResult runVelmctl(const Words& words) {
     return runProgram(velmctlCommand(words));
 }
 
+/// What was said, each message in one line again.
+inline std::string unwrapped(std::string text) {
+    for (auto end = text.find("\n  "); end != std::string::npos; end = text.find("\n  ", end)) {
+        text.replace(end, 3, " ");
+    }
+    return text;
+}
+
+/// The columns that the longest line takes; every character is one byte.
+inline std::size_t widthOf(const std::string& text) {
+    std::size_t widest = 0;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t end = std::min(text.find('\n', at), text.size());
+        widest = std::max(widest, end - at);
+        at = end + 1;
+    }
+    return widest;
+}
+
 /// The lines of `text` that hold JSON, read.
 inline std::vector<boost::json::object> jsonLines(const std::string& text) {
     std::vector<boost::json::object> lines;

@@ -60,11 +60,12 @@ TEST(OtherVersion, IsTheReason_WhenARequestIsNotKnown) {
     daemon.queueAnswer(unknownMethod());
     const ProgramResult result = ask(daemon, {"log", "on"});
     EXPECT_EQ(result.exitCode, 8);
-    EXPECT_THAT(result.output, AllOf(StartsWith("velmctl: the daemon at " + serverOf(daemon) +
-                                                " is velmd 9.9.9, and this is velmctl 0."),
-                                     HasSubstr("LogIndications is not supported"),
-                                     HasSubstr("restart the daemon after an update\n")));
-    EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1);
+    const std::string said = unwrapped(result.output);
+    EXPECT_THAT(said, AllOf(StartsWith("velmctl: the daemon at " + serverOf(daemon) +
+                                       " is velmd 9.9.9, and this is velmctl 0."),
+                            HasSubstr("LogIndications is not supported"),
+                            HasSubstr("restart the daemon after an update\n")));
+    EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1);
 }
 
 TEST(OtherVersion, IsTheReason_WhenAPageIsNotThere) {
@@ -93,8 +94,8 @@ TEST(OtherVersion, IsNotTheReason_WhenNoDaemonIsThere) {
     const ScriptedListener other(notFound());
     const ProgramResult result = ask(other, {"status"});
     EXPECT_EQ(result.exitCode, 3);
-    EXPECT_EQ(result.output, "velmctl: what listens on " + serverOf(other) +
-                                 " is no velmd. Name the daemon's port with --server HOST:PORT\n");
+    EXPECT_EQ(unwrapped(result.output), "velmctl: what listens on " + serverOf(other) +
+                                            " is no velmd. Name the daemon's port with --server HOST:PORT\n");
 }
 
 TEST(OtherVersion, IsNotTheReason_WhenItsStatusMakesNoSense) {

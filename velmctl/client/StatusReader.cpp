@@ -52,6 +52,8 @@ void read(const json::value& value, Failure& failure);
 void read(const json::value& value, Subscriber& subscriber);
 void read(const json::value& value, RemovedSubscriber& subscriber);
 void read(const json::value& value, Provider& provider);
+void read(const json::value& value, Observer& observer);
+void read(const json::value& value, ProviderCalls& calls);
 void read(const json::value& value, Operation& operation);
 void read(const json::value& value, Rate& rate);
 void read(const json::value& value, Counters& counters);
@@ -121,7 +123,7 @@ void read(const json::value& value, RemovedSubscriber& subscriber) {
     members("host", subscriber.host)("port", subscriber.port)("session", subscriber.session);
     members("isChannel", subscriber.isChannel)("when", subscriber.when)("reason", subscriber.reason);
     members("delivered", subscriber.delivered)("failed", subscriber.failed)("dropped", subscriber.dropped);
-    members("lastFailure", subscriber.lastFailure);
+    members("lastFailure", subscriber.lastFailure)("lastDrop", subscriber.lastDrop);
 }
 
 void read(const json::value& value, Provider& provider) {
@@ -129,6 +131,20 @@ void read(const json::value& value, Provider& provider) {
     members("name", provider.name)("file", provider.file)("classes", provider.classes);
     members("reported", provider.reported)("refused", provider.refused)("calls", provider.calls);
     members("failedCalls", provider.failedCalls)("lastFailure", provider.lastFailure);
+    members("watched", provider.watched)("observers", provider.observers);
+    members("observersLeftOut", provider.observersLeftOut)("durations", provider.durations);
+}
+
+void read(const json::value& value, Observer& observer) {
+    Members members(value);
+    members("subject", observer.subject)("isInstance", observer.isInstance);
+    members("indication", observer.indication)("otherClass", observer.otherClass);
+    members("properties", observer.properties)("since", observer.since);
+}
+
+void read(const json::value& value, ProviderCalls& calls) {
+    Members members(value);
+    members("operation", calls.operation)("durations", calls.durations);
 }
 
 void read(const json::value& value, Operation& operation) {

@@ -29,7 +29,8 @@ struct CommandWords {
     bool takesFiles = false;
 };
 
-/// The words of a validator that has a set of them: they stand in braces in the type's name.
+/// The words of a validator that has a set of them, as the help writes them: they stand in braces in the
+/// type's name.
 std::vector<std::string> choicesOf(const CLI::Option& option) {
     const std::string type = option.get_type_name();
     const auto open = type.find('{');
@@ -37,7 +38,11 @@ std::vector<std::string> choicesOf(const CLI::Option& option) {
     if (open == std::string::npos || close == std::string::npos || close < open) {
         return {};
     }
-    return CLI::detail::split(type.substr(open + 1, close - open - 1), ',');
+    auto choices = CLI::detail::split(type.substr(open + 1, close - open - 1), ',');
+    for (std::string& choice : choices) {
+        choice.replace(0, 1, CLI::detail::to_lower(choice.substr(0, 1)));
+    }
+    return choices;
 }
 
 OptionWords wordsOf(const CLI::Option& option) {
@@ -129,7 +134,10 @@ std::string zshOption(const OptionWords& option) {
                                   : option.choices.empty()
                                       ? ":value:"
                                       : fmt::format(":value:({})", fmt::join(option.choices, " "));
-        lines += fmt::format(" \\\n                '*{}[{}]{}'", name, zshQuoted(option.description), value);
+        // Long options take their value behind a blank or an equals sign.
+        const char* link = option.takesValue && name.starts_with("--") ? "=" : "";
+        lines += fmt::format(" \\\n                '*{}{}[{}]{}'", name, link, zshQuoted(option.description),
+                             value);
     }
     return lines;
 }
@@ -139,11 +147,11 @@ std::string zshBranch(const CommandWords& command) {
     for (const OptionWords& option : command.options) {
         branch += zshOption(option);
     }
-    if (command.choices.empty()) {
-        branch += fmt::format(" \\\n                '*: :{}'", command.takesFiles ? "_files" : "");
-    } else {
-        branch += fmt::format(" \\\n                '1: :({})' '*: :'", fmt::join(command.choices, " "));
+    if (!command.choices.empty()) {
+        branch += fmt::format(" \\\n                '1: :({})'", fmt::join(command.choices, " "));
     }
+    // Without words for the rest, options would not be completed behind them.
+    branch += fmt::format(" \\\n                '*: :{}'", command.takesFiles ? "_files" : "()");
     return branch + " ;;\n";
 }
 
@@ -166,6 +174,12 @@ std::string bashCompletion(const CLI::App& program) {
 _{0}() {{
     local current=${{COMP_WORDS[COMP_CWORD]}} previous=${{COMP_WORDS[COMP_CWORD-1]}}
     local command='' words='' options='' isValue='' isFile='' word
+    # What is typed as --option=value is several words here.
+    if [[ $current == '=' ]]; then
+        current=''
+    elif [[ $previous == '=' && $COMP_CWORD -ge 2 ]]; then
+        previous=${{COMP_WORDS[COMP_CWORD-2]}}
+    fi
     for word in "${{COMP_WORDS[@]:1:COMP_CWORD-1}}"; do
         case $word in
             {1}) command=$word; break ;;
@@ -177,13 +191,16 @@ _{0}() {{
         case $command in
 {3}        '') words='{4}' options='{5}' ;;
         esac
+        for word in "${{COMP_WORDS[@]:1:COMP_CWORD-1}}"; do
+            [[ -n $command && " $words " == *" $word "* ]] && words=''
+        done
         [[ $current == -* ]] && words=$options
     fi
     if [[ -n $isFile && $current != -* ]]; then
         compopt -o filenames 2>/dev/null
-        COMPREPLY=($(compgen -f -- "$current"))
+        mapfile -t COMPREPLY < <(compgen -f -- "$current")
     else
-        COMPREPLY=($(compgen -W "$words" -- "$current"))
+        mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
     fi
 }}
 complete -F _{0} {0}

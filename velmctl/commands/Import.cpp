@@ -7,6 +7,8 @@
 #include "velmctl/output/Text.h"
 
 #include <array>
+#include <optional>
+#include <stdexcept>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -49,8 +51,8 @@ public:
                                 _counts[2], _counts[3]));
         if (!_skippedNames.empty()) {
             const std::uint64_t rest = count(Outcome::skipped) - _skippedNames.size();
-            output.line(fmt::format("There already: {}{}", fmt::join(_skippedNames, ", "),
-                                    rest == 0 ? "" : fmt::format(" and {} more", rest)));
+            output.prose(fmt::format("There already: {}{}", fmt::join(_skippedNames, ", "),
+                                     rest == 0 ? "" : fmt::format(" and {} more", rest)));
         }
     }
 
@@ -76,19 +78,33 @@ public:
 
     int run(const CommonOptions& common, Output& output) override {
         Ending ending;
-        const auto plan = planImport(_files);
+        const auto plan = _plan(output);
+        if (!plan) {
+            return ExitCode::failed;
+        }
         CIMClient client(common.serverAddress(), common.nameSpace);
         Importer importer(client, _replaces);
         Tally tally;
-        const std::size_t done = _load(plan, importer, tally, ending, output);
+        const std::size_t done = _load(*plan, importer, tally, ending, output);
         tally.print(output);
         if (importer.cannotReplaceClasses()) {
             output.notice("The daemon cannot replace classes while it runs. Stop it and use: velmd --import");
         }
-        return _conclude(done, plan.size(), tally, output);
+        return _conclude(done, plan->size(), tally, output);
     }
 
 private:
+    /// Nothing when a file cannot be read.
+    std::optional<std::vector<PlannedDeclaration>> _plan(Output& output) const {
+        try {
+            return planImport(_files);
+        } catch (const std::runtime_error& failure) {
+            output.error(failure.what(), "Nothing was loaded; name CIM-XML files with declarations",
+                         ExitCode::failed);
+            return std::nullopt;
+        }
+    }
+
     /// Answers how many were tried before it was told to end.
     static std::size_t _load(const std::vector<PlannedDeclaration>& plan, Importer& importer, Tally& tally,
                              Ending& ending, Output& output) {

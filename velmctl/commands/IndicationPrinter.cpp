@@ -3,7 +3,9 @@
 #include "velmctl/commands/CommandLineMistake.h"
 #include "velmctl/output/Text.h"
 
+#include <algorithm>
 #include <limits>
+#include <optional>
 
 #include <CLI/CLI.hpp>
 #include <fmt/chrono.h>
@@ -32,6 +34,20 @@ std::string isoTime(ExportMessage::Time time) {
                        duration_cast<microseconds>(time - seconds).count());
 }
 
+/// Lines below the event of an indication; nothing for an empty text.
+std::string below(const std::string& text, std::optional<Colour> colour, const Output& output) {
+    constexpr std::size_t indent = 10;
+    constexpr std::size_t narrowest = 20;
+    std::string lines;
+    if (!text.empty()) {
+        for (const std::string& line :
+             wrapped(text, std::max(narrowest + indent, output.columns()) - indent)) {
+            lines += "\n" + std::string(indent, ' ') + (colour ? output.coloured(*colour, line) : line);
+        }
+    }
+    return lines;
+}
+
 }  // namespace
 
 void PrintOptions::declare(CLI::App& command) {
@@ -53,7 +69,7 @@ void IndicationPrinter::print(const ExportMessage& message) {
     } else if (_options.asDocument) {
         _output.line(printableLines(message.document));
     } else {
-        _output.line(indicationLine(message, now, _options, _output));
+        _output.line(indicationText(message, now, _options, _output));
     }
     ++_count;
     if (_count == _options.count || _output.hasFailed()) {
@@ -61,20 +77,25 @@ void IndicationPrinter::print(const ExportMessage& message) {
     }
 }
 
-std::string indicationLine(const ExportMessage& message, ExportMessage::Time now, const PrintOptions& options,
+std::string indicationText(const ExportMessage& message, ExportMessage::Time now, const PrintOptions& options,
                            const Output& output) {
     const std::string age = message.time ? ageText(duration_cast<microseconds>(now - *message.time)) : "?";
-    const std::string event = fmt::format("{:<12}", printable(message.event));
+    const std::string event = printable(message.event);
+    const std::string objectClass = message.objectClass.empty() ? "?" : printable(message.objectClass);
+    const std::string object = printable(options.withShortNames ? message.objectName() : message.objectPath);
     const std::string changes =
         message.changedProperties.empty()
             ? ""
-            : "  " + output.coloured(Colour::cyan, printable(fmt::format(
-                                                       "({})", fmt::join(message.changedProperties, ", "))));
-    return fmt::format("{}  {}  {:<26}  {}{}", output.coloured(Colour::faint, fmt::format("{:>8}", age)),
-                       output.coloured(colourOf(message.event), event),
-                       message.objectClass.empty() ? "?" : printable(message.objectClass),
-                       printable(options.withShortNames ? message.objectName() : message.objectPath),
-                       changes);
+            : printable(fmt::format("({})", fmt::join(message.changedProperties, ", ")));
+    const std::string lead =
+        fmt::format("{}  {}  ", output.coloured(Colour::faint, fmt::format("{:>8}", age)),
+                    output.coloured(colourOf(message.event), fmt::format("{:<12}", event)));
+    const std::string line = fmt::format("{:<26}  {}", objectClass, object);
+    const std::size_t columns = columnsOf(fmt::format("{:>8}  {:<12}  {}  {}", age, event, line, changes));
+    if (!output.isTerminal() || columns <= output.columns()) {
+        return lead + line + (changes.empty() ? "" : "  " + output.coloured(Colour::cyan, changes));
+    }
+    return lead + objectClass + below(object, {}, output) + below(changes, Colour::cyan, output);
 }
 
 Json indicationJson(const ExportMessage& message, ExportMessage::Time now, const PrintOptions& options) {

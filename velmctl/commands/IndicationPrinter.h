@@ -49,8 +49,9 @@ private:
 };
 
 /// "0.412 s  Change  CIM_DataFile  root/kob/talmora:CIM_DataFile.Name=...  (FileSize)": how long ago it
-/// happened at `now`, and what.
-std::string indicationLine(const ExportMessage& message, ExportMessage::Time now, const PrintOptions& options,
+/// happened at `now`, and what. One line; on a terminal that is too narrow for it, path and properties stand
+/// in lines of their own below.
+std::string indicationText(const ExportMessage& message, ExportMessage::Time now, const PrintOptions& options,
                            const Output& output);
 
 /// The same as an object; with `options.asDocument` the document is in it.

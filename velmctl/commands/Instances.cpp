@@ -86,21 +86,33 @@ public:
 
     int run(const CommonOptions& common, Output& output) override {
         CIMClient client(common.serverAddress(), common.nameSpace);
-        if (_onlyNames) {
-            for (const auto& name : client.instanceNames(_class)) {
-                const std::string path = client.path(*name);
-                output.writesJson() ? output.json(Json::object().add("path", path))
-                                    : output.line(printable(path));
-            }
-        } else {
-            for (const auto& instance : client.instances(_class)) {
-                _print(client.path(*instance.name), *instance.object, output);
-            }
+        const std::size_t count = _onlyNames ? _printNames(client, output) : _printInstances(client, output);
+        if (count == 0 && !output.writesJson()) {
+            output.notice(fmt::format("There are no instances of {}.", _class));
         }
         return ExitCode::done;
     }
 
 private:
+    /// Answers how many there are.
+    std::size_t _printNames(CIMClient& client, Output& output) const {
+        const auto names = client.instanceNames(_class);
+        for (const auto& name : names) {
+            const std::string path = client.path(*name);
+            output.writesJson() ? output.json(Json::object().add("path", path))
+                                : output.line(printable(path));
+        }
+        return names.size();
+    }
+
+    std::size_t _printInstances(CIMClient& client, Output& output) const {
+        const auto instances = client.instances(_class);
+        for (const auto& instance : instances) {
+            _print(client.path(*instance.name), *instance.object, output);
+        }
+        return instances.size();
+    }
+
     static void _print(const std::string& path, const IOrvoObject& object, Output& output) {
         if (output.writesJson()) {
             output.json(Json::object()

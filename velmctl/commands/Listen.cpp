@@ -24,6 +24,8 @@ namespace {
 using std::chrono::seconds;
 
 constexpr seconds retryInterval{1};
+/// Whoever presses Ctrl-C does not want to wait.
+constexpr seconds patienceAtEnd{2};
 
 /// Serves a listener on a thread of its own for as long as it lives.
 class Serving {
@@ -163,10 +165,14 @@ private:
     static void _unsubscribe(Subscriber& subscriber, std::uint64_t count, Output& output) {
         const std::string heard = counted(count, "indication") + ".";
         try {
-            subscriber.unsubscribe();
+            subscriber.unsubscribe(patienceAtEnd);
             output.notice("Unsubscribed after " + heard);
         } catch (const ClientError& error) {
-            output.notice(fmt::format("Could not unsubscribe: {}. Ended after {}", error.what(), heard));
+            const bool isGone = error.kind() == ClientError::Kind::noServer;
+            output.notice(fmt::format("Could not unsubscribe: {}{}. Ended after {}", error.what(),
+                                      isGone ? "; the subscriptions went with the daemon"
+                                             : "; the daemon forgets a listener that is not there",
+                                      heard));
         }
     }
 

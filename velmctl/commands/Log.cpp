@@ -20,6 +20,7 @@ namespace velm {
 namespace {
 
 constexpr std::chrono::milliseconds interval{500};
+constexpr std::size_t usualLines = 10;
 
 /// Where the log is and whether it is written; nothing from a server that does not tell.
 struct LogState {
@@ -109,6 +110,9 @@ public:
         if (_action == "tail") {
             return _tail(client, output);
         }
+        if (_lines || _follows) {
+            throw CommandLineMistake("--lines and --follow are for tail");
+        }
         WBEMClient connection(client.server());
         if (_action == "on" || _action == "off") {
             connection.call("LogIndications",
@@ -129,13 +133,13 @@ private:
         }
         const std::string file = state.file.empty() ? "the indications log" : printable(state.file);
         if (_action == "on") {
-            output.line(fmt::format("on: each indication that is delivered gets a line in {}", file));
+            output.prose(fmt::format("on: each indication that is delivered gets a line in {}", file));
         } else if (_action == "off") {
-            output.line(fmt::format("off: {} stays as it is", file));
+            output.prose(fmt::format("off: {} stays as it is", file));
         } else if (_action == "mark") {
-            output.line(fmt::format("marked: the marker reaches {} with the next line", file));
+            output.prose(fmt::format("marked: the marker reaches {} with the next line", file));
         } else {
-            output.line(fmt::format("cleared {}", file));
+            output.prose(fmt::format("cleared {}", file));
         }
         if (state.isOff() && _action == "mark") {
             output.notice("Logging is off. Switch it on with: velmctl log on");
@@ -151,7 +155,7 @@ private:
                                     : output.line(printable(line));
             }
         };
-        print(reader.last(_lines));
+        print(reader.last(_lines.value_or(usualLines)));
         if (LogState::of(client).isOff()) {
             output.notice("Logging is off: nothing is added. Switch it on with: velmctl log on");
         }
@@ -162,7 +166,7 @@ private:
     }
 
     std::string _action;
-    std::size_t _lines = 10;
+    std::optional<std::size_t> _lines;
     bool _follows = false;
 };
 

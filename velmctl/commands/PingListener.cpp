@@ -4,6 +4,7 @@
 #include "velmctl/commands/ExitCode.h"
 #include "velmctl/commands/HeaderFindings.h"
 #include "velmctl/output/Text.h"
+#include "velmctl/output/TextTable.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -17,6 +18,7 @@ using Verdict = ProbeResult::Verdict;
 
 constexpr const char* sentMessageID = "1";
 constexpr std::size_t shownSize = 200;
+constexpr std::size_t indent = 2;
 
 const char* nameOf(Verdict verdict) {
     switch (verdict) {
@@ -116,31 +118,39 @@ private:
         if (!result.statusLine.empty()) {
             output.line(output.coloured(Colour::bold, printable(shortened(result.statusLine, shownSize))));
         }
-        for (const HeaderFinding& finding : _findings(result)) {
-            _explain(finding, output);
-        }
+        _explain(_findings(result), output);
         const bool isAccepted = result.verdict == Verdict::accepted;
-        output.line(fmt::format("{}: {} ({} ms)",
-                                output.coloured(isAccepted ? Colour::green : Colour::red,
-                                                isAccepted ? "accepted" : "not accepted"),
-                                printable(result.explanation), result.time.count()));
+        const std::string verdict = isAccepted ? "accepted" : "not accepted";
+        std::string explanation = paragraph(
+            fmt::format("{}: {} ({} ms)", verdict, printable(result.explanation), result.time.count()),
+            output.proseColumns(), indent);
+        explanation.replace(0, verdict.size(),
+                            output.coloured(isAccepted ? Colour::green : Colour::red, verdict));
+        output.line(explanation);
         if (!result.messageID.empty() && result.messageID != sentMessageID) {
-            output.line(
+            output.prose(
                 fmt::format("The answer is to message '{}', but '{}' was sent; the daemon does not mind.",
                             printable(shortened(result.messageID, shownSize)), sentMessageID));
         }
         if (!isAccepted) {
-            output.line(adviceFor(result.verdict));
+            output.prose(adviceFor(result.verdict));
         }
     }
 
-    static void _explain(const HeaderFinding& finding, Output& output) {
-        const bool isWrong = finding.grade == Grade::wrong;
-        const std::string mark = isWrong                        ? output.coloured(Colour::red, "!")
-                                 : finding.grade == Grade::good ? output.coloured(Colour::green, "+")
-                                                                : " ";
-        output.line(fmt::format("  {} {:<52} {}", mark, printable(shortened(finding.line, shownSize)),
-                                output.coloured(isWrong ? Colour::red : Colour::faint, finding.remark)));
+    static void _explain(const std::vector<HeaderFinding>& findings, Output& output) {
+        TextTable table({{""}, {""}, {""}});
+        for (const HeaderFinding& finding : findings) {
+            const bool isWrong = finding.grade == Grade::wrong;
+            const TextTable::Cell mark = isWrong                        ? TextTable::Cell("!", Colour::red)
+                                         : finding.grade == Grade::good ? TextTable::Cell("+", Colour::green)
+                                                                        : TextTable::Cell("");
+            table.add({mark,
+                       printable(shortened(finding.line, shownSize)),
+                       {finding.remark, isWrong ? Colour::red : Colour::faint}});
+        }
+        for (const std::string& line : table.lines(output.columns(), output)) {
+            output.line(line);
+        }
     }
 
     std::string _listener;

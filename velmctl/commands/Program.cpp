@@ -5,14 +5,18 @@
 #include "velmctl/commands/Command.h"
 #include "velmctl/commands/CommandLineMistake.h"
 #include "velmctl/commands/ExitCode.h"
+#include "velmctl/commands/HelpText.h"
 #include "velmctl/commands/VersionCheck.h"
 #include "velmd/model/CIMStatus.h"
 
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <fcntl.h>
 #include <map>
+#include <sstream>
 #include <string_view>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -22,33 +26,6 @@ namespace velm {
 namespace {
 
 using Kind = ClientError::Kind;
-
-constexpr std::size_t optionColumn = 30;
-
-constexpr const char* examples =
-    "Examples:\n"
-    "  velmctl listen                                 hear whatever happens, until Ctrl-C\n"
-    "  velmctl listen -e change CIM_DataFile          hear of changes of files\n"
-    "  velmctl emit create CIM_ComputerSystem Name=moon\n"
-    "  velmctl status                                 see how the daemon and its subscribers do\n"
-    "  velmctl status 127.0.0.1:5990                  find out why a listener hears nothing\n"
-    "  velmctl ping-listener 127.0.0.1:5990           see what a listener answers\n"
-    "\n"
-    "Exit codes: 0 done; 1 failed; 2 the command line is not allowed; 3 no daemon was reached;\n"
-    "4 the daemon refused; 5 the listener's port cannot be had; 6 the channel broke;\n"
-    "7 a listener did not accept the test indication; 8 the daemon is of another version;\n"
-    "9 status: the daemon, or the subscriber named, is not well.";
-
-/// Names an option with its argument, and nothing more.
-class OneLineFormatter : public CLI::Formatter {
-public:
-    OneLineFormatter() { column_width(optionColumn); }
-    std::string make_option_opts(const CLI::Option* option) const override {
-        const std::string type = option->get_type_name();
-        const std::string name = type.substr(0, type.find(':'));
-        return name.empty() ? "" : " " + name;
-    }
-};
 
 void declareCommon(CLI::App& app, CommonOptions& common) {
     app.set_help_flag("-h,--help", "Print this text")->group("Common");
@@ -65,8 +42,14 @@ std::string adviceFor(CIMStatus status, const CommonOptions& common) {
             return isUsual ? "" : fmt::format("Leave out --namespace for {}", CommonOptions().nameSpace);
         case CIMStatus::notFound:
             return "velmctl instances CLASS --names shows those that there are";
+        case CIMStatus::alreadyExists:
+            return "velmctl emit modify changes one that there is";
+        case CIMStatus::noSuchProperty:
+            return "Check the spelling of its name";
+        case CIMStatus::invalidParameter:
+            return "velmctl COMMAND --help shows what is allowed";
         default:
-            return {};
+            return "The daemon's log may tell more";
     }
 }
 
@@ -126,8 +109,9 @@ int exitCodeFor(Kind kind) {
 class Program {
 public:
     Program() : _app("Talks to velmd: subscribes, listens, makes things happen.", "velmctl") {
-        _app.formatter(std::make_shared<OneLineFormatter>());
-        _app.footer(examples);
+        const std::size_t columns = Output(false).proseColumns();
+        _app.formatter(makeHelpFormatter(columns));
+        _app.footer(helpFooter(columns));
         _app.require_subcommand(1);
         _app.set_version_flag("--version", "velmctl " + ownVersion(), "Print the version")->group("Common");
         declareCommon(_app, _common);
@@ -156,16 +140,37 @@ public:
 
 private:
     int _leave(const CLI::ParseError& reason, bool writesJson) {
+        Output output(writesJson);
         if (reason.get_exit_code() == 0) {
-            return _app.exit(reason);
+            return _printHelp(reason, output);
         }
-        Output(writesJson).error(describeMistake(_app, reason), adviceForMistake(_app), ExitCode::usage);
+        output.error(describeMistake(_app, reason), adviceForMistake(_app), ExitCode::usage);
         return ExitCode::usage;
+    }
+
+    /// Or the version.
+    int _printHelp(const CLI::ParseError& wish, Output& output) {
+        std::ostringstream text;
+        _app.exit(wish, text);
+        std::string help = text.str();
+        help.erase(help.find_last_not_of('\n') + 1);
+        output.line(help);
+        return _withOutput(ExitCode::done, output);
+    }
+
+    /// Results that were not written are a failure.
+    static int _withOutput(int code, Output& output) {
+        if (const std::string failure = output.failure(); code == ExitCode::done && !failure.empty()) {
+            output.error(fmt::format("cannot write to standard output: {}", failure),
+                         "Write to another place, or make room there", ExitCode::failed);
+            return ExitCode::failed;
+        }
+        return code;
     }
 
     int _guarded(Command& command, Output& output) {
         try {
-            return command.run(_common, output);
+            return _withOutput(command.run(_common, output), output);
         } catch (const ClientError& error) {
             return _report(error, output);
         } catch (const CommandLineMistake& mistake) {
@@ -216,9 +221,19 @@ private:
     std::map<const CLI::App*, std::unique_ptr<Command>> _commands;
 };
 
+/// A stream that the caller closed must not become a connection's descriptor.
+void keepStreams() {
+    int opened = 0;
+    do {
+        opened = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    } while (opened >= 0 && opened <= STDERR_FILENO);
+    ::close(opened);
+}
+
 }  // namespace
 
 int runVelmctl(int argc, const char* const* argv) {
+    keepStreams();
     // A reader that goes away is seen where its lines are written, so that there is time to unsubscribe.
     std::signal(SIGPIPE, SIG_IGN);
     try {

@@ -20,6 +20,7 @@ using std::chrono::seconds;
 using Lines = std::vector<std::string>;
 
 constexpr std::size_t shownName = 60;
+constexpr std::size_t shownSubject = 120;
 
 void append(Lines& lines, Lines more) {
     std::move(more.begin(), more.end(), std::back_inserter(lines));
@@ -31,14 +32,18 @@ std::uint64_t sumOf(const std::map<std::string, std::uint64_t>& counts) {
 }
 
 Lines healthLines(const ServerStatus& status, const StatusView& view, const Output& output) {
-    const std::string health = status.isReady
-                                   ? output.coloured(Colour::green, "ready")
-                                   : output.coloured(Colour::red, "not ready: " + printable(status.notReady));
+    const std::string health =
+        status.isReady ? output.coloured(Colour::green, "ready") : output.coloured(Colour::red, "not ready");
     const std::string compiler =
         status.compiler.empty() ? "" : fmt::format(" ({})", printable(status.compiler));
     Lines lines{fmt::format(
         "{}{} at {}: {}, up {}", output.coloured(Colour::bold, "velmd " + printable(status.version)),
         compiler, view.server, health, spanText(duration_cast<seconds>(status.now - status.started)))};
+    if (!status.isReady) {
+        for (const std::string& line : wrapped("Not ready: " + printable(status.notReady), view.width)) {
+            lines.push_back(output.coloured(Colour::red, line));
+        }
+    }
     const std::string load =
         fmt::format("{} classes, {}, {}, {} under way, log {}", status.classes,
                     counted(status.providers.size(), "provider"), counted(status.connections, "connection"),
@@ -141,6 +146,26 @@ Lines latencyLines(const Latency& latency) {
                         withinText(latency, 0.99))};
 }
 
+constexpr std::size_t observersShown = 4;
+
+/// What the provider says that it watches, and what it was asked to watch.
+std::string watchesText(const Provider& provider, Time now) {
+    Lines parts;
+    for (const std::string& thing : provider.watched) {
+        parts.push_back(shortened(printable(thing), shownName));
+    }
+    const std::size_t count = std::min(provider.observers.size(), observersShown);
+    for (std::size_t index = 0; index < count; ++index) {
+        const Observer& observer = provider.observers[index];
+        parts.push_back(fmt::format("{} ({}, since {})", shortened(printable(observer.subject), shownSubject),
+                                    printable(observer.indication), agoText(now, observer.since)));
+    }
+    if (const std::uint64_t rest = provider.observersLeftOut + provider.observers.size() - count; rest > 0) {
+        parts.push_back(fmt::format("{} more", rest));
+    }
+    return parts.empty() ? "" : fmt::format("watches {}", fmt::join(parts, ", "));
+}
+
 Lines providerLines(const ServerStatus& status, const StatusView& view, const Output& output) {
     if (status.providers.empty()) {
         return {};
@@ -154,6 +179,9 @@ Lines providerLines(const ServerStatus& status, const StatusView& view, const Ou
     for (const Provider& provider : status.providers) {
         table.add({shortened(printable(provider.name), shownName), provider.classes.size(), provider.reported,
                    provider.refused, provider.calls, provider.failedCalls});
+        if (const std::string watches = watchesText(provider, status.now); !watches.empty()) {
+            table.addNote(watches, Colour::faint);
+        }
         if (provider.lastFailure) {
             table.addNote(failureText(*provider.lastFailure, status.now), Colour::red);
         }
@@ -192,7 +220,7 @@ void addSubscriber(TextTable& table, const Subscriber& subscriber, Time now) {
         table.addNote(failureText(*subscriber.lastFailure, now), Colour::red);
     }
     if (isFailing(subscriber) && subscriber.lastDrop) {
-        table.addNote(failureText(*subscriber.lastDrop, now), Colour::yellow);
+        table.addNote(dropText(*subscriber.lastDrop, now), Colour::yellow);
     }
 }
 
@@ -262,6 +290,9 @@ Lines removedLines(const ServerStatus& status, const StatusView& view, const Out
         if (subscriber.lastFailure) {
             table.addNote(failureText(*subscriber.lastFailure, status.now), Colour::yellow);
         }
+        if (subscriber.lastDrop) {
+            table.addNote(dropText(*subscriber.lastDrop, status.now), Colour::yellow);
+        }
     }
     Lines lines{""};
     append(lines, table.lines(view.width, output));
@@ -301,6 +332,10 @@ std::string agoText(Time now, Time time) {
     const std::string text = spanText(span);
     const std::string largestUnit = text.substr(0, text.find(' ', text.find(' ') + 1));
     return span < seconds(1) ? "now" : largestUnit + " ago";
+}
+
+std::string dropText(const Failure& drop, Time now) {
+    return fmt::format("{} ({})", printable(drop.text), agoText(now, drop.last));
 }
 
 std::string failureText(const Failure& failure, Time now) {

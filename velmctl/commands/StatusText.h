@@ -37,6 +37,8 @@ std::string agoText(status::Time now, status::Time time);
 
 /// "failed to connect: Connection refused (12 in a row, since 3 min, last 2 s ago)".
 std::string failureText(const status::Failure& failure, status::Time now);
+/// The same of a drop, whose text has its count.
+std::string dropText(const status::Failure& drop, status::Time now);
 
 /// How the state of a server is shown.
 struct StatusView {

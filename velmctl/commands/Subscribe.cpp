@@ -1,3 +1,4 @@
+#include "velmctl/client/ClientError.h"
 #include "velmctl/client/FaceClient.h"
 #include "velmctl/client/StatusReader.h"
 #include "velmctl/commands/Command.h"
@@ -17,6 +18,8 @@
 namespace velm {
 
 namespace {
+
+constexpr std::chrono::seconds patienceForName{3};
 
 /// For a listener that is another program.
 class SubscribeBase : public Command {
@@ -50,6 +53,19 @@ protected:
         } else {
             output.line(fmt::format("{} {} session {}: {}", what, listener().text(), _session,
                                     counted(subscriber.size(), "subscription")));
+        }
+    }
+
+    /// The daemon runs here, so that it finds what is found here.
+    void noteUnknownHost(Output& output) const {
+        const std::string host = listener().host;
+        try {
+            loopbackAddresses(host, patienceForName);
+        } catch (const ClientError& error) {
+            if (error.kind() == ClientError::Kind::unresolved) {
+                output.notice(fmt::format(
+                    "But {}: the daemon removes such a subscriber with its first indication.", error.what()));
+            }
         }
     }
 
@@ -89,6 +105,7 @@ public:
         Subscriber wanted = subscriber(common);
         wanted.subscribe();
         report("subscribed", wanted, output);
+        noteUnknownHost(output);
         return ExitCode::done;
     }
 };
@@ -104,7 +121,7 @@ public:
 
     int run(const CommonOptions& common, Output& output) override {
         Subscriber unwanted = subscriber(common);
-        if (!unwanted.unsubscribe()) {
+        if (!unwanted.unsubscribe(WBEMClient::usualPatience)) {
             output.error("the daemon has no such subscription, or not all of them",
                          "Give the options with which it was made, --to and --session included" +
                              sessionsKnown(common.serverAddress()),

@@ -70,8 +70,8 @@ void Subscriber::sendHeartBeat() {
     }
 }
 
-bool Subscriber::unsubscribe() {
-    WBEMClient client(_server, routedNamespace, _patience);
+bool Subscriber::unsubscribe(std::chrono::milliseconds patience) {
+    WBEMClient client(_server, routedNamespace, patience);
     bool stood = true;
     for (const Subscription& subscription : _subscriptions) {
         stood = _call(client, "Unsubscribe", subscription) && stood;

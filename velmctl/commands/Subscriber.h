@@ -27,8 +27,9 @@ public:
     /// Tells the daemon that this subscriber is alive, and learns whether the daemon is.
     void sendHeartBeat();
 
-    /// Takes every subscription back, over a connection of its own. Answers whether the daemon had them all.
-    bool unsubscribe();
+    /// Takes every subscription back, over a connection of its own, in `patience` for each. Answers whether
+    /// the daemon had them all.
+    bool unsubscribe(std::chrono::milliseconds patience);
 
     /// Becomes readable when the daemon closes the connection; -1 when there is none.
     int descriptor() const noexcept { return _connection ? _connection->descriptor() : -1; }

@@ -33,6 +33,12 @@ void addFailure(SubscriberReport& report, const char* what, const std::optional<
     }
 }
 
+void addDrop(SubscriberReport& report, const std::optional<Failure>& drop, Time now) {
+    if (drop) {
+        report.details.emplace_back("last drop", dropText(*drop, now));
+    }
+}
+
 void addDetails(SubscriberReport& report, const Subscriber& subscriber, Time now) {
     report.details = {
         {"form", subscriber.isChannel ? "a channel: the connection that it keeps open"
@@ -45,7 +51,7 @@ void addDetails(SubscriberReport& report, const Subscriber& subscriber, Time now
         {"not delivered", fmt::format("{} failed, {} dropped", subscriber.failed, subscriber.dropped)},
         {"last heartbeat", ago(now, subscriber.lastHeartbeat)}};
     addFailure(report, subscriber.isFailing ? "failing" : "last failure", subscriber.lastFailure, now);
-    addFailure(report, "last drop", subscriber.lastDrop, now);
+    addDrop(report, subscriber.lastDrop, now);
     addFailure(report, "last odd answer", subscriber.lastImproperAnswer, now);
 }
 
@@ -136,6 +142,7 @@ SubscriberReport reportOf(const ServerStatus& status, const RemovedSubscriber& r
         {"delivered", std::to_string(removed.delivered)},
         {"not delivered", fmt::format("{} failed, {} dropped", removed.failed, removed.dropped)}};
     addFailure(report, "last failure", removed.lastFailure, status.now);
+    addDrop(report, removed.lastDrop, status.now);
     report.finding = "It is no longer subscribed.";
     report.advice = removed.isChannel
                         ? "Open the channel and subscribe again."

@@ -2,12 +2,15 @@
 
 #include "velmctl/output/Text.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <langinfo.h>
 #include <limits>
 #include <sys/ioctl.h>
+#include <system_error>
 #include <unistd.h>
 
 #include <fmt/format.h>
@@ -23,11 +26,24 @@ bool wantsColours() {
 }
 
 constexpr std::size_t usualColumns = 80;
+constexpr std::size_t widestProse = 100;
+constexpr std::size_t indent = 2;
 
-winsize terminalSize() {
+/// Zeros where there is no terminal.
+winsize terminalSize(int descriptor) {
     winsize size{};
-    ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size);
+    ::ioctl(descriptor, TIOCGWINSZ, &size);
     return size;
+}
+
+std::size_t proseColumnsOf(int descriptor) {
+    const winsize size = terminalSize(descriptor);
+    return size.ws_col == 0 ? usualColumns : std::min<std::size_t>(size.ws_col, widestProse);
+}
+
+/// Something that is said on standard error.
+std::string said(std::string_view text) {
+    return paragraph(printable(text), proseColumnsOf(STDERR_FILENO), indent);
 }
 
 bool isUTF8() {
@@ -67,13 +83,17 @@ Output::Output(bool writesJson)
 }
 
 std::size_t Output::columns() const {
-    const winsize size = terminalSize();
+    const winsize size = terminalSize(STDOUT_FILENO);
     return _isTerminal && size.ws_col != 0 ? size.ws_col : usualColumns;
 }
 
 std::size_t Output::rows() const {
-    const winsize size = terminalSize();
+    const winsize size = terminalSize(STDOUT_FILENO);
     return _isTerminal && size.ws_row != 0 ? size.ws_row : std::numeric_limits<std::size_t>::max();
+}
+
+std::size_t Output::proseColumns() const {
+    return proseColumnsOf(STDOUT_FILENO);
 }
 
 void Output::screen(const std::vector<std::string>& lines) {
@@ -89,17 +109,27 @@ void Output::screen(const std::vector<std::string>& lines) {
     if (shown < lines.size()) {
         text += fmt::format("... and {} more lines{}", lines.size() - shown, clearRestOfLine);
     }
-    const std::lock_guard lock(_lock);
-    _hasFailed = !write(stdout, text + clearRest) || _hasFailed;
+    _write(text + clearRest);
 }
 
 void Output::line(std::string_view text) {
+    _write(std::string(text) + "\n");
+}
+
+void Output::prose(std::string_view text) {
+    line(paragraph(text, proseColumns()));
+}
+
+void Output::_write(const std::string& text) {
     const std::lock_guard lock(_lock);
-    _hasFailed = !write(stdout, std::string(text) + "\n") || _hasFailed;
+    if (!write(stdout, text) && !_hasFailed) {
+        _hasFailed = true;
+        _error = errno;
+    }
 }
 
 void Output::notice(std::string_view text) {
-    const std::string line = _writesJson ? Json::object().add("notice", text).text() : printable(text);
+    const std::string line = _writesJson ? Json::object().add("notice", text).text() : said(text);
     const std::lock_guard lock(_lock);
     write(stderr, line + "\n");
 }
@@ -115,7 +145,7 @@ void Output::error(std::string_view problem, std::string_view advice, int exitCo
         line = json.add("exitCode", exitCode).text();
     } else {
         const char* mark = advice.empty() ? "" : problem.ends_with('?') ? " " : ". ";
-        line = fmt::format("velmctl: {}{}{}", printable(problem), mark, printable(advice));
+        line = said(fmt::format("velmctl: {}{}{}", problem, mark, advice));
     }
     const std::lock_guard lock(_lock);
     write(stderr, line + "\n");
@@ -128,6 +158,11 @@ std::string Output::coloured(Colour colour, std::string_view text) const {
 bool Output::hasFailed() const {
     const std::lock_guard lock(_lock);
     return _hasFailed;
+}
+
+std::string Output::failure() const {
+    const std::lock_guard lock(_lock);
+    return _hasFailed && _error != EPIPE ? std::generic_category().message(_error) : "";
 }
 
 }  // namespace velm

@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 namespace velm {
 
@@ -42,6 +43,26 @@ std::size_t offsetOf(std::string_view text, std::size_t column) {
         at += utf8At(text, at).length;
     }
     return at;
+}
+
+/// Where a line ends and where the next begins.
+struct LineBreak {
+    std::size_t end;
+    std::size_t next;
+};
+
+/// `room` is where the first character begins that has no place in the line.
+LineBreak breakOf(std::string_view text, std::size_t room, LongWord longWord) {
+    if (const std::size_t blank = text.rfind(' ', room); blank != std::string_view::npos && blank != 0) {
+        return {blank, blank + 1};
+    }
+    if (longWord == LongWord::whole) {
+        const std::size_t end = std::min(text.find(' ', room), text.size());
+        return {end, std::min(end + 1, text.size())};
+    }
+    const std::size_t mark = text.find_last_of(",./:", room - 1);
+    const std::size_t end = mark == std::string_view::npos ? room : mark + 1;
+    return {end, end};
 }
 
 }  // namespace
@@ -98,17 +119,23 @@ std::size_t columnsOf(std::string_view text) {
     return columns;
 }
 
-std::vector<std::string> wrapped(std::string_view text, std::size_t columns) {
+std::vector<std::string> wrapped(std::string_view text, std::size_t columns, LongWord longWord) {
     std::vector<std::string> lines;
     while (columnsOf(text) > columns) {
-        const std::size_t end = offsetOf(text, columns);
-        const std::size_t blank = text.rfind(' ', end);
-        const bool breaksAtBlank = blank != std::string_view::npos && blank != 0;
-        lines.emplace_back(text.substr(0, breaksAtBlank ? blank : end));
-        text.remove_prefix(breaksAtBlank ? blank + 1 : end);
+        const LineBreak found = breakOf(text, offsetOf(text, columns), longWord);
+        lines.emplace_back(text.substr(0, found.end));
+        text.remove_prefix(found.next);
     }
-    lines.emplace_back(text);
+    if (!text.empty() || lines.empty()) {
+        lines.emplace_back(text);
+    }
     return lines;
+}
+
+std::string paragraph(std::string_view text, std::size_t columns, std::size_t indent) {
+    const std::size_t room = columns > indent ? columns - indent : 1;
+    const auto lines = wrapped(text, room, LongWord::whole);
+    return fmt::format("{}", fmt::join(lines, "\n" + std::string(indent, ' ')));
 }
 
 std::string spanText(std::chrono::seconds span) {

@@ -25,8 +25,19 @@ std::string shortened(std::string_view text, std::size_t size);
 /// How many columns `text` takes; each character counts as one.
 std::size_t columnsOf(std::string_view text);
 
+/// What becomes of a word that is longer than a line.
+enum class LongWord {
+    broken,  ///< Behind punctuation where there is any.
+    whole,   ///< So that it can be copied; its line is too long then.
+};
+
 /// `text` in lines of `columns` columns at the most, broken at blanks where there are any. Never empty.
-std::vector<std::string> wrapped(std::string_view text, std::size_t columns);
+/// Requires: at least one column.
+std::vector<std::string> wrapped(std::string_view text, std::size_t columns,
+                                 LongWord longWord = LongWord::broken);
+
+/// The same as one text with long words whole, and all lines but the first behind `indent` blanks.
+std::string paragraph(std::string_view text, std::size_t columns, std::size_t indent = 0);
 
 /// "1 indication", "2 indications".
 std::string counted(std::uint64_t count, std::string_view thing);

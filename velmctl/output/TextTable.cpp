@@ -102,7 +102,9 @@ std::vector<std::string> TextTable::lines(std::size_t width, const Output& outpu
         titles.emplace_back(column.title, Colour::faint);
     }
     std::vector<std::string> lines;
-    _write(lines, titles, widths, output);
+    if (std::ranges::any_of(_columns, [](const Column& column) { return !column.title.empty(); })) {
+        _write(lines, titles, widths, output);
+    }
     for (const Row& row : _rows) {
         _write(lines, row.cells, widths, output);
         for (const Note& note : row.notes) {

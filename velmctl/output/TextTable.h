@@ -9,7 +9,8 @@
 namespace velm {
 
 /// A table for a terminal: columns as wide as what is in them, and the widest ones narrower where there is
-/// not enough room; their cells go on in further lines then. Used by one thread.
+/// not enough room; their cells go on in further lines then. Where no column has a title, there is no line of
+/// them. Used by one thread.
 class TextTable {
 public:
     struct Column {

@@ -195,6 +195,7 @@ Faces::Sources Server::_faceSources(const Settings& settings) const {
     sources.json = &status::toJson;
     sources.metrics = &status::metricsText;
     sources.dumpTables = [this](std::ostream& out) { _manager->dump(out); };
+    sources.dumpClassTable = [](std::ostream& out) { CCIMOMClassManager::getInstance()->dump(out); };
     sources.illness = [this] { return _liveness.illness(); };
     sources.notReady = [this] { return _notReady(); };
     sources.indicationsLog = std::string(CIndicationNotifier::getIndicationsLogFileName().view());

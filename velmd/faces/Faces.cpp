@@ -142,7 +142,9 @@ constexpr Faces::Face Faces::faces[] = {
 };
 
 Faces::Faces(Sources sources)
-    : _sources(std::move(sources)), _hostCheck(_sources.hostName, _sources.machineName) {
+    : _sources(std::move(sources)),
+      _hostCheck(_sources.hostName, _sources.machineName),
+      _keptTables(_sources.dumpTables, _sources.dumpClassTable) {
 }
 
 const Faces::Face* Faces::_find(std::string_view path) {
@@ -215,7 +217,14 @@ HTTPResponse Faces::_style(const Request&) const {
     return response(200, "text/css; charset=utf-8", nothingPolicy, std::string(faces::pageStyle()));
 }
 
+HTTPResponse Faces::_excerpt() const {
+    return response(200, pageType, tablesPolicy, faces::tablesDocument(*_keptTables.excerpt()));
+}
+
 HTTPResponse Faces::_tables(const Request& request) const {
+    if (request.parameter("excerpt")) {
+        return _excerpt();
+    }
     std::ostringstream tables;
     _sources.dumpTables(tables);
     HTTPResponse answer = request.acceptsPages()

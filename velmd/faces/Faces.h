@@ -1,6 +1,7 @@
 #pragma once
 
 #include "velmd/faces/HostCheck.h"
+#include "velmd/faces/KeptTables.h"
 #include "velmd/http/HTTPServer.h"
 #include "velmd/status/ServerStatus.h"
 
@@ -18,7 +19,8 @@ namespace velm {
 ///
 /// Nothing here changes anything, and nothing is answered to a request that names another host (421). No
 /// answer holds a script or lets one run; see docs/design/faces.md. The tables are a document for who accepts
-/// HTML, and the library's exact output as plain text for everybody else.
+/// HTML, and the library's exact output as plain text for everybody else; with `?excerpt` their beginning,
+/// which may be some seconds old.
 ///
 /// An operation that a page of another host sends is refused (403): browsers name the page in `Origin`, and a
 /// name that leads here (DNS rebinding) would let the page read what the operation answers.
@@ -31,7 +33,10 @@ public:
         std::function<std::string(const status::ServerStatus&)> json;
         /// The text that Prometheus reads.
         std::function<std::string(const status::ServerStatus&)> metrics;
-        std::function<void(std::ostream&)> dumpTables;
+        /// Both diagnostic tables, and the second of them alone: that of the classes. They write until the
+        /// stream takes no more.
+        KeptTables::Dump dumpTables;
+        KeptTables::Dump dumpClassTable;
         /// Why the server does not get on; empty when it does.
         std::function<std::string()> illness;
         /// Why the server is not ready for clients; empty when it is.
@@ -69,6 +74,7 @@ private:
     HTTPResponse _page(const Request& request) const;
     HTTPResponse _style(const Request& request) const;
     HTTPResponse _tables(const Request& request) const;
+    HTTPResponse _excerpt() const;
     HTTPResponse _health(const Request& request) const;
     HTTPResponse _readiness(const Request& request) const;
     HTTPResponse _metrics(const Request& request) const;
@@ -77,6 +83,7 @@ private:
 
     const Sources _sources;
     const HostCheck _hostCheck;
+    mutable KeptTables _keptTables;
 };
 
 }  // namespace velm

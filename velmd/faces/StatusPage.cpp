@@ -98,23 +98,9 @@ std::string reasonList(const std::vector<std::string>& reasons) {
     return html + "</ul>";
 }
 
-/// The smallest bound within which this share of all was delivered: "2 ms"; empty where it is beyond all
-/// bounds.
-std::string boundOf(const Latency& latency, double share) {
-    const std::uint64_t all = std::accumulate(latency.counts.begin(), latency.counts.end(), latency.beyond);
-    double sum = 0;
-    for (std::size_t index = 0; index < std::min(latency.counts.size(), latency.bounds.size()); ++index) {
-        sum += static_cast<double>(latency.counts[index]);
-        if (all > 0 && sum >= share * static_cast<double>(all)) {
-            return latencyText(latency.bounds[index]);
-        }
-    }
-    return {};
-}
-
 std::string latencyFact(const Latency& latency) {
-    const std::string half = boundOf(latency, 0.5);
-    const std::string most = boundOf(latency, 0.95);
+    const std::string half = boundText(latency, 0.5);
+    const std::string most = boundText(latency, 0.95);
     if (half.empty()) {
         return latency.beyond == 0 ? "no delivery yet"
                                    : "half take longer than " +
@@ -193,17 +179,15 @@ std::string ratesSection(const ServerStatus& status) {
 }
 
 std::string tablesSection(const PageOptions& options) {
-    // They may be long: a page that asks for itself again and again does not ask for them, too.
-    const char* const tables =
-        options.refreshes
-            ? R"(<p>Who is subscribed to what, by instance and by class: <a href="/?refresh=off#tables">show them)"
-              R"( here</a>, which pauses the page, or <a href="/tables">alone</a>.</p>)"
-            : R"(<iframe sandbox src="/tables" title="Who is subscribed to what"></iframe>)"
-              R"(<p class="note">Who is subscribed to what, by instance and by class; also <a href="/tables">alone</a>.</p>)";
+    const char* const pause =
+        options.refreshes ? R"( <a href="/?refresh=off#tables">Pause the page</a> to read them in peace.)"
+                          : "";
     return fmt::format(
-        R"(<section aria-labelledby="tables"><h2 id="tables">Diagnostic tables</h2>{}</section>)"
+        R"(<section aria-labelledby="tables"><h2 id="tables">Diagnostic tables</h2>)"
+        R"(<p class="lead">Who is subscribed to what, by instance and by class; <a href="/tables">alone and whole</a>.{}</p>)"
+        R"(<iframe sandbox loading="lazy" src="/tables?excerpt" title="Who is subscribed to what"></iframe></section>)"
         "\n",
-        tables);
+        pause);
 }
 
 std::string statusPage(const ServerStatus& status, const std::string& illness, const PageOptions& options) {

@@ -20,6 +20,7 @@ inline constexpr unsigned int refreshSeconds = 10;
 inline constexpr std::size_t mostSubscribersShown = 200;
 inline constexpr std::size_t mostRemovedShown = 50;
 inline constexpr std::size_t mostClassesShown = 12;
+inline constexpr std::size_t mostObserversShown = 6;
 inline constexpr std::size_t mostProvidersShown = 100;
 inline constexpr std::size_t mostCountsShown = 60;
 

@@ -99,7 +99,7 @@ std::string rowOf(const RemovedSubscriber& removed, Time now) {
     row += countCell("Delivered", removed.delivered);
     row += countCell("Failed", removed.failed);
     row += countCell("Dropped", removed.dropped);
-    row += failureCell(removed.lastFailure, Course::wasLast, now);
+    row += failureCell(removed.lastFailure, Course::wasLast, now, noteText(removed.lastDrop, "", now));
     return row += "</tr>\n";
 }
 

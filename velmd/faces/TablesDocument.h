@@ -1,5 +1,7 @@
 #pragma once
 
+#include "velmd/faces/KeptTables.h"
+
 #include <string>
 #include <string_view>
 
@@ -10,5 +12,8 @@ namespace velm::faces {
 /// name can thus make a cell of its own, and nothing that acts: no policy keeps a browser from connecting to
 /// where a link or a frame points. Any thread.
 std::string tablesDocument(std::string_view tables);
+
+/// The same of an excerpt, with a line above it that says of when it is and whether it is all.
+std::string tablesDocument(const KeptTables::Excerpt& excerpt);
 
 }  // namespace velm::faces

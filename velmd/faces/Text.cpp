@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <numeric>
 #include <utility>
 
 #include <fmt/chrono.h>
@@ -121,6 +122,18 @@ std::string latencyText(double inSeconds) {
     }
     return inSeconds >= 0.001 ? fmt::format("{:.3g} ms", inSeconds * 1e3)
                               : fmt::format("{:.3g} \xC2\xB5s", inSeconds * 1e6);
+}
+
+std::string boundText(const status::Latency& latency, double share) {
+    const std::uint64_t all = std::accumulate(latency.counts.begin(), latency.counts.end(), latency.beyond);
+    double sum = 0;
+    for (std::size_t index = 0; index < std::min(latency.counts.size(), latency.bounds.size()); ++index) {
+        sum += static_cast<double>(latency.counts[index]);
+        if (all > 0 && sum >= share * static_cast<double>(all)) {
+            return latencyText(latency.bounds[index]);
+        }
+    }
+    return {};
 }
 
 std::string momentText(status::Time now, status::Time time) {

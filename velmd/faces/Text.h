@@ -37,6 +37,10 @@ std::string durationText(std::chrono::system_clock::duration duration);
 /// From seconds: "0.4 ms", "12 ms", "1.5 s".
 std::string latencyText(double seconds);
 
+/// The smallest bound within which this share of all happened: "2 ms"; empty where it is beyond all bounds,
+/// and where nothing happened.
+std::string boundText(const status::Latency& latency, double share);
+
 /// "22:31:07" on the day of `now`, "Nov 20, 22:31:07" within half a year, "2025-11-20 22:31:07" otherwise.
 /// UTC.
 std::string momentText(status::Time now, status::Time time);

@@ -1,17 +1,48 @@
 #include "velmd/providers/GatedProvider.h"
 
+#include "foundation/object_model/IOrvoType.h"
 #include "velmd/providers/ProviderException.h"
+
+#include <chrono>
 
 namespace velm {
 
-GatedProvider::GatedProvider(IProvider& provider, const ORVSmrPtr<IOrvoSubscriber>& gate)
-    : _provider(provider), _gate(gate) {
+namespace {
+
+/// As the library understands an answer.
+bool isAcceptance(const ORVSmrPtr<IOrvoValue>& answer) {
+    return !answer.IsNull() &&
+           answer->getType()->getName().compareTo("boolean", ORVString::caseInsensitive) == 0 &&
+           !answer->isNull() && answer->getBoolean();
+}
+
+/// Adds the time for which it lives.
+class Stopwatch {
+public:
+    explicit Stopwatch(CallDurations& durations) : _durations(durations) {}
+    Stopwatch(const Stopwatch&) = delete;
+    Stopwatch& operator=(const Stopwatch&) = delete;
+    ~Stopwatch() { _durations.note(Clock::now() - _begin); }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    CallDurations& _durations;
+    const Clock::time_point _begin = Clock::now();
+};
+
+}  // namespace
+
+GatedProvider::GatedProvider(IProvider& provider, const ORVSmrPtr<IOrvoSubscriber>& gate,
+                             ObserverTable& observers)
+    : _provider(provider), _gate(gate), _observers(observers) {
 }
 
 GatedProvider::~GatedProvider() = default;
 
 template <class Call>
-auto GatedProvider::_counted(const char* operation, Call call) {
+auto GatedProvider::_counted(Operation operation, Call call) {
+    const Stopwatch watch(_durations[static_cast<std::size_t>(operation)]);
     ++_calls;
     try {
         return call();
@@ -23,9 +54,9 @@ auto GatedProvider::_counted(const char* operation, Call call) {
 }
 
 /// Requires: an exception is being handled.
-void GatedProvider::_noteFailure(const char* operation) noexcept {
+void GatedProvider::_noteFailure(Operation operation) noexcept {
     try {
-        _failures.note(operation, ": " + currentExceptionText());
+        _failures.note(operationNames[static_cast<std::size_t>(operation)], ": " + currentExceptionText());
     } catch (...) {
         // The call is counted; only the text is lost.
     }
@@ -36,9 +67,13 @@ ORVSmrPtr<IOrvoValue> GatedProvider::registerObserver(ORVSmrPtr<IOrvoInstanceNam
                                                       IOrvoIndication::IndicationType type,
                                                       ORVSmrPtr<IOrvoSubscriptionFilter> filter,
                                                       ORVSmrPtr<IOrvoTransaction> transaction) {
-    return _counted("registerObserver", [&] {
+    const ORVSmrPtr<IOrvoValue> answer = _counted(Operation::registerObserver, [&] {
         return _provider.registerObserver(instanceName, _gate, type, filter, transaction);
     });
+    if (!instanceName.IsNull() && isAcceptance(answer)) {
+        _observers.add(*instanceName, type, filter);
+    }
+    return answer;
 }
 
 ORVSmrPtr<IOrvoValue> GatedProvider::deregisterObserver(ORVSmrPtr<IOrvoInstanceName> instanceName,
@@ -46,7 +81,11 @@ ORVSmrPtr<IOrvoValue> GatedProvider::deregisterObserver(ORVSmrPtr<IOrvoInstanceN
                                                         IOrvoIndication::IndicationType type,
                                                         ORVSmrPtr<IOrvoSubscriptionFilter> filter,
                                                         ORVSmrPtr<IOrvoTransaction> transaction) {
-    return _counted("deregisterObserver", [&] {
+    // Whatever comes of it: nobody asks for this any more.
+    if (!instanceName.IsNull()) {
+        _observers.remove(*instanceName, type, filter);
+    }
+    return _counted(Operation::deregisterObserver, [&] {
         return _provider.deregisterObserver(instanceName, _gate, type, filter, transaction);
     });
 }
@@ -54,18 +93,18 @@ ORVSmrPtr<IOrvoValue> GatedProvider::deregisterObserver(ORVSmrPtr<IOrvoInstanceN
 ORVSmrPtr<IOrvoObject> GatedProvider::getInstance(const ORVString& nameSpace,
                                                   ORVSmrPtr<IOrvoInstanceName> instanceName,
                                                   ORVSmrPtr<IOrvoTransaction> transaction) {
-    return _counted("getInstance",
+    return _counted(Operation::getInstance,
                     [&] { return _provider.getInstance(nameSpace, instanceName, transaction); });
 }
 
 ORVSmrPtr<ORVValSlist<ORVString>> GatedProvider::getClassNames() {
-    return _counted("getClassNames", [&] { return _provider.getClassNames(); });
+    return _counted(Operation::getClassNames, [&] { return _provider.getClassNames(); });
 }
 
 IProvider::InstanceNames GatedProvider::enumerateInstanceNames(const ORVString& nameSpace,
                                                                const ORVString& className,
                                                                ORVSmrPtr<IOrvoTransaction> transaction) {
-    return _counted("enumerateInstanceNames",
+    return _counted(Operation::enumerateInstanceNames,
                     [&] { return _provider.enumerateInstanceNames(nameSpace, className, transaction); });
 }
 

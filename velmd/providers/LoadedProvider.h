@@ -47,6 +47,10 @@ public:
     ReportGate& gate() noexcept { return *_gate; }
     /// What was called in the provider so far.
     const GatedProvider& calls() const noexcept { return _gated; }
+    /// What it was asked to watch.
+    const ObserverTable& observers() const noexcept { return _observers; }
+    /// What it says that it watches; empty when it says nothing.
+    std::vector<std::string> watched() const;
 
 private:
     struct CloseGate {
@@ -55,6 +59,7 @@ private:
 
     ProviderLibrary _library;
     const std::filesystem::path _file;
+    ObserverTable _observers;
     const ORVSmrPtr<IOrvoSubscriber> _gateHandle;
     const std::unique_ptr<ReportGate, CloseGate> _gate;
     const std::unique_ptr<IProvider> _provider;

@@ -11,8 +11,8 @@
 namespace velm {
 
 ReportGate::ReportGate(const ORVString& providerName, ReportCheck check,
-                       const ORVSmrPtr<IOrvoSubscriber>& target)
-    : _providerName(providerName), _check(std::move(check)), _target(target) {
+                       const ORVSmrPtr<IOrvoSubscriber>& target, ObserverTable* observers)
+    : _providerName(providerName), _check(std::move(check)), _observers(observers), _target(target) {
 }
 
 ReportGate::~ReportGate() = default;
@@ -35,8 +35,12 @@ bool ReportGate::_pass(const ORVSmrPtr<IOrvoIndication>& indication) {
     if (_target.IsNull()) {
         throw RefusedReport{ReportFault::closed, "the server is shutting down"};
     }
-    const bool answer = _target->notify(_check.canonical(indication));
+    const ORVSmrPtr<IOrvoIndication> report = _check.canonical(indication);
+    const bool answer = _target->notify(report);
     ++_passed;
+    if (_observers != nullptr && report->getType() == IOrvoIndication::IndicationDestruction) {
+        _observers->forget(*report->getObject()->getInstanceName());
+    }
     return answer;
 }
 

@@ -3,6 +3,7 @@
 #include "foundation/object_model/IOrvoSubscriber.h"
 #include "foundation/utilities/ORVReaderWriterLock.h"
 #include "velmd/providers/FailureRecord.h"
+#include "velmd/providers/ObserverTable.h"
 #include "velmd/providers/ReportCheck.h"
 
 #include <array>
@@ -31,9 +32,11 @@ public:
         std::uint64_t of(ReportFault fault) const { return refused[static_cast<std::size_t>(fault)]; }
     };
 
-    /// `target` is the library's observer. Requires: what `target` refers to, and what `findNamespace` uses,
-    /// lives until close() has returned.
-    ReportGate(const ORVString& providerName, ReportCheck check, const ORVSmrPtr<IOrvoSubscriber>& target);
+    /// `target` is the library's observer. `observers`, where there are any, forget an instance whose
+    /// destruction is reported. Requires: what `target` refers to, what `findNamespace` uses, and
+    /// `observers`, lives until close() has returned.
+    ReportGate(const ORVString& providerName, ReportCheck check, const ORVSmrPtr<IOrvoSubscriber>& target,
+               ObserverTable* observers = nullptr);
     ~ReportGate() override;
 
     /// What the library answers; false for a report that is refused.
@@ -53,6 +56,7 @@ private:
 
     const ORVString _providerName;
     const ReportCheck _check;
+    ObserverTable* const _observers;
 
     std::atomic<std::uint64_t> _passed{0};
     std::array<std::atomic<std::uint64_t>, reportFaultCount> _refused{};

@@ -1,5 +1,8 @@
 #include "velmd/status/Describe.h"
 
+#include "foundation/object_model/COrvoDebugTools.h"
+
+#include <algorithm>
 #include <array>
 #include <map>
 #include <numeric>
@@ -34,6 +37,37 @@ std::map<std::string, std::uint64_t> byName(const std::array<const char*, size>&
     return named;
 }
 
+/// The first `most`, and behind them how many there are more.
+std::vector<std::string> firstOf(std::vector<std::string> texts, std::size_t most) {
+    if (texts.size() > most) {
+        const std::string rest = std::to_string(texts.size() - most) + " more";
+        texts.resize(most);
+        texts.push_back(rest);
+    }
+    return texts;
+}
+
+/// Bounds that are durations, and one count more than bounds.
+template <class Bounds, class Counts>
+Latency latencyOf(const Bounds& bounds, const Counts& counts, std::chrono::duration<double> sum) {
+    Latency described;
+    for (const std::chrono::duration<double> bound : bounds) {
+        described.bounds.push_back(bound.count());
+    }
+    described.counts.assign(counts.begin(), counts.end() - 1);
+    described.beyond = counts.back();
+    described.sum = sum.count();
+    return described;
+}
+
+std::vector<ProviderCalls> callsOf(const GatedProvider& provider) {
+    std::vector<ProviderCalls> calls;
+    for (std::size_t index = 0; index < GatedProvider::operationNames.size(); ++index) {
+        calls.push_back({GatedProvider::operationNames[index], describe(provider.durations()[index])});
+    }
+    return calls;
+}
+
 Provider describeOne(LoadedProvider& loaded) {
     Provider provider;
     provider.name = loaded.name();
@@ -46,6 +80,11 @@ Provider describeOne(LoadedProvider& loaded) {
     provider.failedCalls = loaded.calls().failedCalls();
     provider.lastFailure =
         later(failureOf(loaded.calls().failures().last()), failureOf(loaded.gate().refusals().last()));
+    provider.watched = firstOf(loaded.watched(), mostWatched);
+    provider.observers = describe(loaded.observers());
+    const std::uint64_t observers = loaded.observers().size();
+    provider.observersLeftOut = observers - std::min<std::uint64_t>(observers, provider.observers.size());
+    provider.durations = callsOf(loaded.calls());
     return provider;
 }
 
@@ -86,13 +125,22 @@ Counters describe(const IndicationCounters& counters) {
 }
 
 Latency describe(const DeliveryLatency& latency) {
-    Latency described;
-    for (const std::chrono::duration<double> bound : DeliveryLatency::bounds) {
-        described.bounds.push_back(bound.count());
+    return latencyOf(DeliveryLatency::bounds, latency.counts, latency.sum);
+}
+
+Latency describe(const CallDurations& durations) {
+    const CallDurations::Figures figures = durations.figures();
+    return latencyOf(CallDurations::bounds, figures.counts, figures.sum);
+}
+
+std::vector<Observer> describe(const ObserverTable& observers) {
+    std::vector<Observer> described;
+    for (ObserverTable::Observer& each : observers.first(mostObservers)) {
+        const ORVString indication = COrvoDebugTools::indicationTypeToString(each.type);
+        described.push_back({std::move(each.subject), each.isInstance, std::string(indication.view()),
+                             std::move(each.otherClass),
+                             firstOf(std::move(each.properties), mostObserverProperties), each.since});
     }
-    described.counts.assign(latency.counts.begin(), latency.counts.end() - 1);
-    described.beyond = latency.counts.back();
-    described.sum = std::chrono::duration<double>(latency.sum).count();
     return described;
 }
 
@@ -133,6 +181,7 @@ RemovedSubscriber describe(const RemovedSubscriberStatus& removed) {
     described.failed = subscriber.figures.failed;
     described.dropped = subscriber.dropped;
     described.lastFailure = failureOf(subscriber.figures.lastFailure);
+    described.lastDrop = failureOf(subscriber.figures.lastDrop);
     return described;
 }
 

@@ -107,9 +107,7 @@ void addIndications(Families& families, const Counters& counters) {
     families.setAll(counters.removed, "reason");
 }
 
-void addLatency(Families& families, const Latency& latency) {
-    families.histogram("velm_delivery_latency_seconds", "Time from a report to its delivery.");
-    ClientMetric::Histogram& histogram = families.series().histogram;
+void setHistogram(ClientMetric::Histogram& histogram, const Latency& latency) {
     std::uint64_t count = 0;
     for (std::size_t index = 0; index < latency.bounds.size(); ++index) {
         count += latency.counts[index];
@@ -117,6 +115,11 @@ void addLatency(Families& families, const Latency& latency) {
     }
     histogram.sample_count = count + latency.beyond;
     histogram.sample_sum = latency.sum;
+}
+
+void addLatency(Families& families, const Latency& latency) {
+    families.histogram("velm_delivery_latency_seconds", "Time from a report to its delivery.");
+    setHistogram(families.series().histogram, latency);
 }
 
 void addProviders(Families& families, const std::vector<Provider>& providers) {
@@ -132,6 +135,20 @@ void addProviders(Families& families, const std::vector<Provider>& providers) {
         &Provider::refused);
     add("velm_provider_calls_total", "Calls into the provider.", &Provider::calls);
     add("velm_provider_calls_failed_total", "Calls into the provider that threw.", &Provider::failedCalls);
+    families.histogram("velm_provider_call_duration_seconds",
+                       "How long calls into the provider took, those that threw included.");
+    for (const Provider& provider : providers) {
+        for (const ProviderCalls& calls : provider.durations) {
+            ClientMetric& series = families.series(
+                {{"provider", printable(provider.name)}, {"operation", printable(calls.operation)}});
+            setHistogram(series.histogram, calls.durations);
+        }
+    }
+    families.gauge("velm_provider_observers", "Classes and instances that the provider was asked to watch.");
+    for (const Provider& provider : providers) {
+        families.set(provider.observers.size() + provider.observersLeftOut,
+                     {{"provider", printable(provider.name)}});
+    }
 }
 
 struct Destination {

@@ -66,6 +66,36 @@ struct RemovedSubscriber {
     std::uint64_t failed = 0;
     std::uint64_t dropped = 0;
     std::optional<Failure> lastFailure;
+    /// With its queue, or before.
+    std::optional<Failure> lastDrop;
+};
+
+/// How long things took. Bounds in seconds; each count is of those up to its bound and not of those before.
+struct Latency {
+    std::vector<double> bounds;
+    std::vector<std::uint64_t> counts;
+    std::uint64_t beyond = 0;
+    double sum = 0;
+};
+
+/// What a provider was asked to watch, and not told to leave since.
+struct Observer {
+    /// A class, or the path of an instance.
+    std::string subject;
+    bool isInstance = false;
+    /// "Change", "Addition" and so on.
+    std::string indication;
+    /// Of what is added, removed and so on; empty where there is no such thing.
+    std::string otherClass;
+    /// The first few; empty for all that there are.
+    std::vector<std::string> properties;
+    Time since;
+};
+
+/// The calls of one operation of a provider.
+struct ProviderCalls {
+    std::string operation;
+    Latency durations;
 };
 
 struct Provider {
@@ -77,6 +107,13 @@ struct Provider {
     std::uint64_t calls = 0;
     std::uint64_t failedCalls = 0;
     std::optional<Failure> lastFailure;
+    /// What it says that it watches, in its own words. Providers need not say anything.
+    std::vector<std::string> watched;
+    /// The first of them: classes before instances, each in order of name.
+    std::vector<Observer> observers;
+    std::uint64_t observersLeftOut = 0;
+    /// By operation; all that there are.
+    std::vector<ProviderCalls> durations;
 };
 
 struct Operation {
@@ -108,15 +145,6 @@ struct Counters {
     std::uint64_t failedProviderCalls = 0;
 };
 
-/// From report to delivery. Bounds in seconds; each count is of those up to its bound and not of those
-/// before.
-struct Latency {
-    std::vector<double> bounds;
-    std::vector<std::uint64_t> counts;
-    std::uint64_t beyond = 0;
-    double sum = 0;
-};
-
 /// One step of the last minutes, per second.
 struct Rate {
     double reported = 0;
@@ -140,6 +168,7 @@ struct ServerStatus {
     bool logsIndications = false;
     std::string indicationsLog;
     Counters counters;
+    /// From report to delivery.
     Latency latency;
     std::vector<Operation> operations;
     std::vector<Provider> providers;

@@ -58,21 +58,47 @@ json::value valueOf(const Subscriber& subscriber) {
 }
 
 json::value valueOf(const RemovedSubscriber& subscriber) {
-    return {{"host", valueOf(subscriber.host)},       {"port", valueOf(subscriber.port)},
-            {"session", valueOf(subscriber.session)}, {"isChannel", subscriber.isChannel},
-            {"when", valueOf(subscriber.when)},       {"reason", valueOf(subscriber.reason)},
-            {"delivered", subscriber.delivered},      {"failed", subscriber.failed},
-            {"dropped", subscriber.dropped},          {"lastFailure", valueOf(subscriber.lastFailure)}};
+    return {{"host", valueOf(subscriber.host)},        {"port", valueOf(subscriber.port)},
+            {"session", valueOf(subscriber.session)},  {"isChannel", subscriber.isChannel},
+            {"when", valueOf(subscriber.when)},        {"reason", valueOf(subscriber.reason)},
+            {"delivered", subscriber.delivered},       {"failed", subscriber.failed},
+            {"dropped", subscriber.dropped},           {"lastFailure", valueOf(subscriber.lastFailure)},
+            {"lastDrop", valueOf(subscriber.lastDrop)}};
 }
 
 template <class Element>
 json::value listOf(const std::vector<Element>& elements);
 
+json::value valueOf(const Latency& latency) {
+    return {{"bounds", json::value_from(latency.bounds)},
+            {"counts", json::value_from(latency.counts)},
+            {"beyond", latency.beyond},
+            {"sum", latency.sum}};
+}
+
+json::value valueOf(const Observer& observer) {
+    return {{"subject", valueOf(observer.subject)},       {"isInstance", observer.isInstance},
+            {"indication", valueOf(observer.indication)}, {"otherClass", valueOf(observer.otherClass)},
+            {"properties", listOf(observer.properties)},  {"since", valueOf(observer.since)}};
+}
+
+json::value valueOf(const ProviderCalls& calls) {
+    return {{"operation", valueOf(calls.operation)}, {"durations", valueOf(calls.durations)}};
+}
+
 json::value valueOf(const Provider& provider) {
-    return {{"name", valueOf(provider.name)},      {"file", valueOf(provider.file)},
-            {"classes", listOf(provider.classes)}, {"reported", provider.reported},
-            {"refused", provider.refused},         {"calls", provider.calls},
-            {"failedCalls", provider.failedCalls}, {"lastFailure", valueOf(provider.lastFailure)}};
+    return {{"name", valueOf(provider.name)},
+            {"file", valueOf(provider.file)},
+            {"classes", listOf(provider.classes)},
+            {"reported", provider.reported},
+            {"refused", provider.refused},
+            {"calls", provider.calls},
+            {"failedCalls", provider.failedCalls},
+            {"lastFailure", valueOf(provider.lastFailure)},
+            {"watched", listOf(provider.watched)},
+            {"observers", listOf(provider.observers)},
+            {"observersLeftOut", provider.observersLeftOut},
+            {"durations", listOf(provider.durations)}};
 }
 
 json::value valueOf(const Operation& operation) {
@@ -116,13 +142,6 @@ json::value valueOf(const Counters& counters) {
             {"removed", valueOf(counters.removed)},
             {"providerCalls", counters.providerCalls},
             {"failedProviderCalls", counters.failedProviderCalls}};
-}
-
-json::value valueOf(const Latency& latency) {
-    return {{"bounds", json::value_from(latency.bounds)},
-            {"counts", json::value_from(latency.counts)},
-            {"beyond", latency.beyond},
-            {"sum", latency.sum}};
 }
 
 }  // namespace

@@ -152,6 +152,16 @@ TEST_F(ClassManagerDump, StopsAtACreationOrDestructionSubscription_LogsAndReleas
     }
 }
 
+TEST_F(ClassManagerDump, GoesNoFurther_WhenTheStreamTakesNoMore) {
+    node->subscribe(makeFilter<CCIMOMCreationIndicationFilter>(), makeSubscriber(), nullptr);
+    const LogCapture log;
+    std::ostringstream full;
+    full.setstate(std::ios::failbit);
+    CCIMOMClassManager::getInstance()->dump(full);
+    EXPECT_THAT(log.records(), IsEmpty()) << "it does not come to the filter that ends it with a line";
+    EXPECT_EQ(full.str(), "");
+}
+
 TEST_F(ClassManagerDump, ShowsNoEnds_WhenAFilterHasTheTypeOfCreations) {
     node->subscribe(makeFilter<ScriptedFilter>(CCIMOMIndicationFilter::FilterCreate), makeSubscriber(),
                     nullptr);

@@ -91,5 +91,18 @@ TEST_F(SubscriberTableDump, LogsAndGoesOnWithTheRegistry_WhenARowFails) {
     EXPECT_FALSE(ORVReaderWriterLock::thisThreadHoldsRankedLock());
 }
 
+TEST_F(SubscriberTableDump, GoesNoFurther_WhenTheStreamTakesNoMore) {
+    ORVSmrPtr<CSubscriberList> list(new CSubscriberList(file));
+    list->addEntry(ORVSmrPtr<CSubscriberTableEntry>(new CSubscriberTableEntry(nullptr, false)));
+    inspect(*manager).subscriberTable().insert("broken", list);
+    std::ostringstream full;
+    full.setstate(std::ios::failbit);
+
+    manager->dump(full);
+
+    EXPECT_EQ(full.str(), "");
+    EXPECT_THAT(log.records(), testing::IsEmpty()) << "it does not come to the row that fails";
+}
+
 }  // namespace
 }  // namespace velm::test

@@ -35,11 +35,22 @@ ServerStatus sample() {
     status.counters = {10, 9, 8, 7, 2, {{"connect", 3}}, {{"queue full", 4}}, {{"expired", 1}}, 12, 5};
     status.latency = {{0.5, 1.5}, {3, 4}, 2, 7.25};
     status.operations = {{"Subscribe", "ok", 4}};
-    status.providers = {{"files", "/lib/x.so", {"A", "B"}, 1, 2, 3, 4, failure}};
+    status.providers = {{"files",
+                         "/lib/x.so",
+                         {"A", "B"},
+                         1,
+                         2,
+                         3,
+                         4,
+                         failure,
+                         {"/srv"},
+                         {{"EX_Item", true, "Change", "EX_Other", {"Size"}, moment}},
+                         5,
+                         {{"getInstance", {{0.5}, {3}, 1, 2.5}}}}};
     status.subscribers = {{"h", "5990", "1", true, moment - 1h, 2, 3, 4, 5, 6, 7, moment - 3s, moment - 4s,
                            failure, true, failure, 8, failure},
                           {}};
-    status.removed = {{"h", "5991", "2", false, moment - 9s, "expired", 1, 2, 3, failure}};
+    status.removed = {{"h", "5991", "2", false, moment - 9s, "expired", 1, 2, 3, failure, failure}};
     status.rateStep = 5s;
     status.rates = {{1, 0.5, 0.25, 0.125}, {}};
     return status;

@@ -64,7 +64,7 @@ TEST(StatusText, TellsTheHealthFirst) {
     ServerStatus status = busyStatus();
     status.isReady = false;
     status.notReady = "it stops";
-    EXPECT_THAT(textOf(status), HasSubstr("not ready: it stops"));
+    EXPECT_THAT(textOf(status), HasSubstr(": not ready, up 2 h 5 min\nNot ready: it stops\n"));
     EXPECT_FALSE(isHealthy(status));
     status = busyStatus();
     EXPECT_TRUE(isHealthy(status));
@@ -89,6 +89,23 @@ TEST(StatusText, TellsOfHowManySecondsItKnows_RightAfterTheStart) {
     EXPECT_THAT(textOf(status), testing::ContainsRegex("last 10 s +2.00/s +- +- +1.00/s +0/s +0/s\n"));
     status.rates.clear();
     EXPECT_THAT(textOf(status), Not(HasSubstr("/s ")));
+}
+
+TEST(StatusText, TellsWhatProvidersWatch) {
+    ServerStatus status = busyStatus();
+    status.providers.resize(2);
+    Provider& files = status.providers[0];
+    files.name = "file_watch";
+    files.watched = {"/srv/incoming", "/srv/\x1b[31m"};
+    files.observers.resize(5, {"CIM_DataFile", false, "Change", "", {}, status.now - 3min});
+    files.observersLeftOut = 7;
+    const std::string text = textOf(status);
+    EXPECT_THAT(text, HasSubstr("    watches /srv/incoming, /srv/"));
+    EXPECT_THAT(text, HasSubstr("CIM_DataFile (Change, since 3 min ago), CIM_DataFile (Change"));
+    EXPECT_THAT(text, HasSubstr("8 more"));
+    EXPECT_THAT(text, Not(HasSubstr("\x1b")));
+    files = {};
+    EXPECT_THAT(textOf(status), Not(HasSubstr("watches")));
 }
 
 TEST(StatusText, HasThoseThatLeftLast_AndDoesNotCountThem) {
@@ -132,9 +149,22 @@ TEST(StatusText, FitsTheTerminal) {
                                 2,
                                 3,
                                 4,
-                                Failure{std::string(300, 'x'), now, now, 1}});
-    status.removed.push_back({"host.example", "80", "12345", true, now - 1h, "channel replaced", 1, 2, 3,
-                              Failure{"write failed", now, now, 1}});
+                                Failure{std::string(300, 'x'), now, now, 1},
+                                {std::string(300, 'y')},
+                                {{std::string(300, 'z'), true, "Change", "", {}, now}},
+                                9,
+                                {}});
+    status.removed.push_back({"host.example",
+                              "80",
+                              "12345",
+                              true,
+                              now - 1h,
+                              "channel replaced",
+                              1,
+                              2,
+                              3,
+                              Failure{"write failed", now, now, 1},
+                              {}});
     EXPECT_THAT(statusLines(status, {"127.0.0.1:5988", 80}, Output(false)),
                 Each(ResultOf(columnsOf, testing::Le(80U))));
 }
@@ -149,12 +179,15 @@ TEST(StatusText, ListsSoManyThatDoNotFail) {
 TEST(StatusText, TellsOfThoseThatWereRemoved) {
     ServerStatus status = busyStatus();
     status.subscribers.clear();
-    status.removed.push_back({"host.example", "80", "7", false, now - 1h, "delivery failed", 1, 2, 3,
-                              Failure{"connection refused", now - 1h, now - 1h, 1}});
+    status.removed.push_back(
+        {"host.example", "80", "7", false, now - 1h, "delivery failed", 1, 2, 3,
+         Failure{"connection refused", now - 1h, now - 1h, 1},
+         Failure{"3 dropped because the subscriber was removed", now - 1h, now - 1h, 3}});
     const std::string text = textOf(status);
     EXPECT_THAT(text, HasSubstr("Nobody is subscribed."));
     EXPECT_THAT(text, testing::ContainsRegex("host.example:80/7 +1 h ago +delivery failed +1 +5\n"));
     EXPECT_THAT(text, HasSubstr("    connection refused (1 h ago)\n"));
+    EXPECT_THAT(text, HasSubstr("    3 dropped because the subscriber was removed (1 h ago)\n"));
 }
 
 TEST(StatusText, ShowsTextOfOthersWithoutItsControlCharacters) {

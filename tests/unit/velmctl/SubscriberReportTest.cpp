@@ -131,12 +131,24 @@ TEST(SubscriberReports, AreThoseOfEverySession_UnlessOneIsNamed) {
 
 TEST(SubscriberReports, TellOfOneThatWasRemoved_UnlessItIsBack) {
     ServerStatus status = wellStatus();
-    status.removed.push_back({"127.0.0.1", "5990", "1", false, now - 2min, "expired", 1, 0, 2, {}});
+    status.removed.push_back({"127.0.0.1",
+                              "5990",
+                              "1",
+                              false,
+                              now - 2min,
+                              "expired",
+                              1,
+                              0,
+                              2,
+                              {},
+                              Failure{"2 dropped", now - 2min, now - 2min, 2}});
     EXPECT_THAT(reportOn(status, "127.0.0.1:5990").finding, HasSubstr("All is well"));
     status.subscribers.clear();
     const SubscriberReport report = reportOn(status, "127.0.0.1:5990");
     EXPECT_FALSE(report.isWell);
     EXPECT_THAT(report.details[0].second, HasSubstr("2 min ago: expired"));
+    EXPECT_EQ(report.details.back(),
+              std::pair(std::string("last drop"), std::string("2 dropped (2 min ago)")));
     EXPECT_THAT(report.advice, HasSubstr("velmctl subscribe CLASS --to 127.0.0.1:5990"));
 }
 

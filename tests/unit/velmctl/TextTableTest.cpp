@@ -41,6 +41,12 @@ TEST(TextTable, ShowsTheLinesOfACellBelowEachOther) {
     EXPECT_THAT(linesOf(table, 80), ElementsAre("A  B", "x  one", "   two", "y"));
 }
 
+TEST(TextTable, HasNoLineOfTitles_WhereNoColumnHasOne) {
+    TextTable table({{""}, {""}});
+    table.add({"x", "y"});
+    EXPECT_THAT(linesOf(table, 80), ElementsAre("x  y"));
+}
+
 TEST(TextTable, HasNotesAcrossItsColumns) {
     TextTable table({{"A"}, {"B", true}});
     table.add({"x", 1U});

@@ -40,8 +40,30 @@ TEST(Text, IsBrokenIntoLinesAtBlanks) {
     EXPECT_THAT(wrapped("", 10), ElementsAre(""));
     EXPECT_THAT(wrapped("one two three", 7), ElementsAre("one two", "three"));
     EXPECT_THAT(wrapped("one two three", 9), ElementsAre("one two", "three"));
+    EXPECT_THAT(wrapped("one two ", 7), ElementsAre("one two"));
     EXPECT_THAT(wrapped("abcdefgh", 3), ElementsAre("abc", "def", "gh"));
     EXPECT_THAT(wrapped("\xC3\xBC\xC3\xBC\xC3\xBC", 2), ElementsAre("\xC3\xBC\xC3\xBC", "\xC3\xBC"));
+}
+
+TEST(Text, IsBrokenBehindPunctuation_WhereItHasNoBlanks) {
+    EXPECT_THAT(wrapped("root/x:EX_Item.Id=\"a\",Name=\"b\"", 24),
+                ElementsAre("root/x:EX_Item.Id=\"a\",", "Name=\"b\""));
+    EXPECT_THAT(wrapped("listener.invalid:80", 10), ElementsAre("listener.", "invalid:80"));
+    EXPECT_THAT(wrapped(".abcdef", 3), ElementsAre(".", "abc", "def"));
+}
+
+TEST(Text, KeepsLongWordsWhole_WhereTheyAreToBeCopied) {
+    EXPECT_THAT(wrapped("see /etc/velm/velmd.conf now", 5, LongWord::whole),
+                ElementsAre("see", "/etc/velm/velmd.conf", "now"));
+    EXPECT_THAT(wrapped("abcdef", 3, LongWord::whole), ElementsAre("abcdef"));
+    EXPECT_THAT(wrapped("abcdef ", 3, LongWord::whole), ElementsAre("abcdef"));
+}
+
+TEST(Text, IsAParagraph) {
+    EXPECT_EQ(paragraph("", 10), "");
+    EXPECT_EQ(paragraph("one two three", 9), "one two\nthree");
+    EXPECT_EQ(paragraph("one two three", 9, 2), "one two\n  three");
+    EXPECT_EQ(paragraph("one two", 1, 2), "one\n  two");
 }
 
 TEST(Text, TellsASpanInItsTwoLargestUnits) {

@@ -57,6 +57,12 @@ TEST_F(FileWatchTest, ReportsWhatAFileIs) {
     EXPECT_EQ(report.property("CreationClassName"), "CIM_DataFile");
 }
 
+TEST_F(FileWatchTest, TellsWhichDirectoriesItWatches) {
+    load(folder().string() + ":" + file("missing").string());
+    EXPECT_THAT(provider().watched(),
+                ElementsAre(folder().string(), file("missing").string() + " (not there)"));
+}
+
 TEST_F(FileWatchTest, LoadsAndWatchesNothing_WhenTheArgumentIsEmpty) {
     load("");
     EXPECT_EQ(_log.count("There is no directory to watch"), 1u);

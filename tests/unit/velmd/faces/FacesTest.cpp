@@ -58,6 +58,7 @@ protected:
                     return "velm_delivered_total " + std::to_string(status.counters.delivered) + "\n";
                 },
                 [](std::ostream& out) { out << "<TABLE BORDER><TR><TD><b>raw</b></TD></TR></TABLE>"; },
+                [](std::ostream& out) { out << "<TABLE BORDER></TABLE>"; },
                 [this] { return illness; },
                 [this] { return notReady; },
                 directory.path() / "log",
@@ -115,6 +116,19 @@ TEST_F(FacesTest, GiveTheTablesAsADocument_ToBrowsers) {
     EXPECT_EQ(headerOf(response, "Content-Type"), "text/html; charset=utf-8");
     EXPECT_EQ(headerOf(response, "Vary"), "Accept");
     EXPECT_THAT(response.body, HasSubstr("<TABLE BORDER><TR><TD>&lt;b>raw&lt;/b></TD></TR></TABLE>"));
+}
+
+TEST_F(FacesTest, GiveAnExcerptOfTheTables_WithAllThatGuardsThem) {
+    for (const char* accepted : {"*/*", "text/html"}) {
+        HTTPRequest request = get("/tables?excerpt");
+        request.headers.emplace_back("Accept", accepted);
+        const HTTPResponse response = ask(request);
+        EXPECT_EQ(headerOf(response, "Content-Type"), "text/html; charset=utf-8");
+        EXPECT_EQ(headerOf(response, "Content-Security-Policy"),
+                  headerOf(ask(get("/tables")), "Content-Security-Policy"));
+        EXPECT_THAT(response.body, HasSubstr("<p>As of "));
+        EXPECT_THAT(response.body, HasSubstr("<TABLE BORDER><TR><TD>&lt;b>raw&lt;/b></TD></TR></TABLE>"));
+    }
 }
 
 TEST_F(FacesTest, AnswerAHeadAsAGet) {

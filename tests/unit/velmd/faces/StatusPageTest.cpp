@@ -70,11 +70,13 @@ TEST(StatusPage, AsksForItself_UnlessItIsPaused) {
     const std::string running = pageOf(quietStatus());
     EXPECT_THAT(running, HasSubstr("<meta http-equiv=\"refresh\" content=\"10\">"));
     EXPECT_THAT(running, HasSubstr("<a href=\"/?refresh=off\">pause</a>"));
-    EXPECT_THAT(running, Not(HasSubstr("<iframe")));
+    EXPECT_THAT(running, HasSubstr("<iframe sandbox loading=\"lazy\" src=\"/tables?excerpt\""));
+    EXPECT_THAT(running, HasSubstr("<a href=\"/?refresh=off#tables\">Pause the page</a>"));
     const std::string paused = pageOf(quietStatus(), false);
     EXPECT_THAT(paused, Not(HasSubstr("http-equiv")));
     EXPECT_THAT(paused, HasSubstr("<a href=\"/\">go on</a>"));
-    EXPECT_THAT(paused, HasSubstr("<iframe sandbox src=\"/tables\""));
+    EXPECT_THAT(paused, HasSubstr("<iframe sandbox loading=\"lazy\" src=\"/tables?excerpt\""));
+    EXPECT_THAT(paused, Not(HasSubstr("Pause the page")));
 }
 
 TEST(StatusPage, HoldsNoScriptAndNoStyleOfItsOwn) {
@@ -184,6 +186,8 @@ TEST(StatusPage, TellsWhoWentAndWhy_TheLatestFirst) {
     const std::string section = removedSection(livelyStatus());
     EXPECT_THAT(rowOf(section, "build-agent.example.org:50001"), HasSubstr("delivery failed"));
     EXPECT_THAT(rowOf(section, "build-agent.example.org:50001"), HasSubstr("failed to send: Broken pipe"));
+    EXPECT_THAT(rowOf(section, "build-agent.example.org:50001"),
+                HasSubstr("5 dropped because the subscriber was removed"));
     EXPECT_THAT(rowOf(section, "192.168.1.20:50001"), HasSubstr("expired"));
     EXPECT_LT(section.find("build-agent"), section.find("192.168.1.20"));
 }
@@ -213,6 +217,32 @@ TEST(StatusPage, TellsWhatProvidersServe) {
     EXPECT_THAT(section, HasSubstr("<bdi>libfile_watch_provider.so</bdi>"));
     EXPECT_THAT(section, HasSubstr("<td data-label=\"Reported\" class=\"number\">40,120</td>"));
     EXPECT_THAT(section, HasSubstr("registerObserver: the kernel refused the request"));
+}
+
+TEST(StatusPage, TellsWhatProvidersWatch) {
+    const std::string section = providersSection(livelyStatus());
+    const std::string files = rowOf(section, "file_watch");
+    EXPECT_THAT(section, HasSubstr("<caption>2 providers and what they watch</caption>"));
+    EXPECT_THAT(files, HasSubstr("<bdi>/srv/incoming</bdi>"));
+    EXPECT_THAT(files, HasSubstr("<bdi>/var/spool/reports (not there)</bdi>"));
+    EXPECT_THAT(files, HasSubstr("<bdi>CIM_DataFile</bdi><div class=\"when\">every instance: "
+                                 "<bdi>Change</bdi>, since 19:31:07</div>"));
+    EXPECT_THAT(files, HasSubstr("orders.csv&quot;</bdi><div class=\"when\"><bdi>Change</bdi> of "
+                                 "<bdi>FileSize</bdi>, <bdi>LastModified</bdi>, since 22:19:07</div>"));
+    EXPECT_THAT(files, HasSubstr("and 1,204 more"));
+    EXPECT_THAT(files, HasSubstr("911<div class=\"when\">95 % within 100 ms</div>"));
+    EXPECT_THAT(rowOf(section, "network_links"),
+                HasSubstr("<td data-label=\"Watches\" class=\"watches zero\">nothing</td>"));
+}
+
+TEST(StatusPage, ShowsTheFirstObservers_AndCountsTheOthers) {
+    status::ServerStatus status = livelyStatus();
+    status.providers.resize(1);
+    status.providers[0].observers.resize(20, status.providers[0].observers[0]);
+    const std::string section = providersSection(status);
+    EXPECT_THAT(section, HasSubstr("1 provider and what it watches"));
+    EXPECT_EQ(countOf(section, "every instance: "), mostObserversShown - 1) << "and one instance";
+    EXPECT_THAT(section, HasSubstr("and 1,218 more"));
 }
 
 TEST(StatusPage, CountsByReasonAndByRule) {

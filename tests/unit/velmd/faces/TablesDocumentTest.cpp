@@ -34,4 +34,13 @@ TEST(TablesDocument, MakesTextOfEverythingElse) {
     }
 }
 
+TEST(TablesDocument, SaysOfWhenAnExcerptIs_AndWhetherItIsAll) {
+    KeptTables::Excerpt excerpt{"<TABLE BORDER><b></TABLE>", false, status::Time(std::chrono::seconds(3661))};
+    EXPECT_THAT(tablesDocument(excerpt),
+                HasSubstr("<body>\n<p>As of 01:01:01 UTC.</p>\n<TABLE BORDER>&lt;b></TABLE>\n</body>"));
+    excerpt.isCut = true;
+    EXPECT_THAT(tablesDocument(excerpt),
+                HasSubstr("01:01:01 UTC. Of each table no more than 128 kB is here; the link above leads"));
+}
+
 }  // namespace velm::faces

@@ -1,8 +1,12 @@
 #include "velmd/providers/GatedProvider.h"
 
+#include "foundation/object_model/COrvoValue.h"
 #include "tests/unit/velmd/providers/ProviderSupport.h"
 
+#include <chrono>
+#include <numeric>
 #include <stdexcept>
+#include <thread>
 
 #include <gmock/gmock.h>
 
@@ -38,7 +42,19 @@ protected:
     const Observer observer{new RecordingSubscriber};
     const Name name = fileNamed("a");
     const Value answer = text("an answer");
-    GatedProvider gated{provider, gate};
+    ObserverTable observers;
+    GatedProvider gated{provider, gate, observers};
+
+    Value registerChange() {
+        return gated.registerObserver(name, observer, IOrvoIndication::IndicationChange, nullptr, nullptr);
+    }
+    Value deregisterChange() {
+        return gated.deregisterObserver(name, observer, IOrvoIndication::IndicationChange, nullptr, nullptr);
+    }
+    std::uint64_t callsOf(GatedProvider::Operation operation) const {
+        const auto counts = gated.durations()[static_cast<std::size_t>(operation)].figures().counts;
+        return std::accumulate(counts.begin(), counts.end(), std::uint64_t{0});
+    }
 };
 
 TEST_F(GatedProviderTest, RegistersTheGate_InPlaceOfTheObserver) {
@@ -92,6 +108,56 @@ TEST_F(GatedProviderTest, CountsCalls_AndKeepsWhatTheLastFailedOneThrew) {
     EXPECT_EQ(failure->text, "getInstance: no file");
     EXPECT_EQ(failure->count, 2u);
     EXPECT_GE(failure->last, failure->since);
+}
+
+TEST_F(GatedProviderTest, NotesWhatTheProviderAcceptsToWatch_UntilItIsTakenBack) {
+    EXPECT_CALL(provider, registerObserver).WillRepeatedly(Return(Value(new COrvoValue(true))));
+    EXPECT_CALL(provider, deregisterObserver).WillRepeatedly(Return(Value(new COrvoValue(true))));
+    registerChange();
+    ASSERT_EQ(observers.size(), 1u);
+    EXPECT_EQ(observers.first(1)[0].subject, name->toString().view());
+    deregisterChange();
+    EXPECT_EQ(observers.size(), 0u);
+}
+
+TEST_F(GatedProviderTest, DoesNotNoteWhatTheProviderRefuses) {
+    EXPECT_CALL(provider, registerObserver)
+        .WillOnce(Return(Value(new COrvoValue(false))))
+        .WillOnce(Return(Value()))
+        .WillOnce(Return(text("true")))
+        .WillOnce(Throw(std::runtime_error("no")));
+    for (int refusal = 0; refusal < 3; ++refusal) {
+        registerChange();
+    }
+    EXPECT_THROW(registerChange(), std::runtime_error);
+    EXPECT_EQ(observers.size(), 0u);
+}
+
+TEST_F(GatedProviderTest, ForgetsWhatIsTakenBack_AlsoWhenTheProviderThrows) {
+    EXPECT_CALL(provider, registerObserver).WillOnce(Return(Value(new COrvoValue(true))));
+    EXPECT_CALL(provider, deregisterObserver).WillOnce(Throw(std::runtime_error("no")));
+    registerChange();
+    EXPECT_THROW(deregisterChange(), std::runtime_error);
+    EXPECT_EQ(observers.size(), 0u);
+}
+
+TEST_F(GatedProviderTest, TimesEachOperationByItself_ThoseThatThrowToo) {
+    EXPECT_CALL(provider, getInstance)
+        .WillOnce([](auto&&...) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+            return file();
+        })
+        .WillOnce(Throw(std::runtime_error("no")));
+    EXPECT_CALL(provider, registerObserver).WillOnce(Return(answer));
+    gated.getInstance(space, name, nullptr);
+    EXPECT_THROW(gated.getInstance(space, name, nullptr), std::runtime_error);
+    registerChange();
+    EXPECT_EQ(callsOf(GatedProvider::Operation::getInstance), 2u);
+    EXPECT_EQ(callsOf(GatedProvider::Operation::registerObserver), 1u);
+    EXPECT_EQ(callsOf(GatedProvider::Operation::deregisterObserver), 0u);
+    const auto figures =
+        gated.durations()[static_cast<std::size_t>(GatedProvider::Operation::getInstance)].figures();
+    EXPECT_GE(figures.sum, std::chrono::milliseconds(2));
 }
 
 }  // namespace

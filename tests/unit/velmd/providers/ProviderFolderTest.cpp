@@ -393,6 +393,13 @@ TEST_F(LoadedProviderTest, ReportsThroughItsGate_WhenItUsesTheRegisteredObserver
     EXPECT_EQ(alpha().gate().counts().of(ReportFault::unknownClass), 1u);
 }
 
+TEST_F(LoadedProviderTest, TellsWhatItWasAskedToWatch_AndNothingThatItDoesNotSay) {
+    EXPECT_EQ(alpha().observers().size(), 0u);
+    EXPECT_TRUE(registerFor(fileNamed("a")));
+    EXPECT_EQ(alpha().observers().size(), 1u);
+    EXPECT_THAT(alpha().watched(), IsEmpty());
+}
+
 TEST_F(LoadedProviderTest, ReportsNothing_OnceTheGatesAreClosed) {
     loaded->closeGates();
     EXPECT_FALSE(registerFor(fileNamed("a")));

@@ -96,6 +96,19 @@ TEST_F(ReportGateTest, RewritesTheRest) {
     EXPECT_EQ(textOf(recorder->reports().front()), R"(CIM_DataFile root/Main:CIM_DataFile.Name="a" {} [])");
 }
 
+TEST_F(ReportGateTest, HasAnInstanceForgottenThatIsDestroyed) {
+    ObserverTable observers;
+    ReportGate gate("files", ReportCheck(space, findTestNamespace), target, &observers);
+    observers.add(*fileNamed("a"), IOrvoIndication::IndicationChange, nullptr);
+    observers.add(*fileNamed("b"), IOrvoIndication::IndicationChange, nullptr);
+    gate.notify(report(file("a"), IOrvoIndication::IndicationChange, {"FileSize"}));
+    EXPECT_EQ(observers.size(), 2u);
+    gate.notify(report(objectOf("cim_datafile", named(space, "cim_datafile", {{"NAME", text("a")}}), {}),
+                       IOrvoIndication::IndicationDestruction));
+    ASSERT_EQ(observers.size(), 1u) << "whatever the provider's spelling";
+    EXPECT_EQ(observers.first(1)[0].subject, fileNamed("b")->toString().view());
+}
+
 TEST_F(ReportGateTest, LogsRefusals_WheneverTheirNumberDoubles) {
     ReportGate gate = gateTo(target);
     for (int count = 0; count < 9; ++count) {

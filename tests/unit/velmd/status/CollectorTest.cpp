@@ -27,7 +27,7 @@ protected:
                     return std::vector<Operation>{{"GetClass", "ok", 5}};
                 },
                 [] {
-                    return std::vector<Provider>{{"files", "/x.so", {}, 0, 0, 0, 0, {}}};
+                    return std::vector<Provider>{{"files", "/x.so", {}, 0, 0, 0, 0, {}, {}, {}, 0, {}}};
                 }};
     }
 

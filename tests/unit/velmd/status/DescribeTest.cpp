@@ -1,5 +1,8 @@
 #include "velmd/status/Describe.h"
 
+#include "foundation/object_model/COrvoInstanceName.h"
+#include "foundation/object_model/COrvoSubscriptionFilter.h"
+
 #include <chrono>
 #include <string>
 
@@ -46,6 +49,39 @@ TEST(DescribedLatency, IsInSeconds_WithWhatIsBeyondTheLastBoundApart) {
     EXPECT_EQ(described.counts.front(), 1U);
     EXPECT_EQ(described.beyond, 2U);
     EXPECT_DOUBLE_EQ(described.sum, 1.5);
+}
+
+TEST(DescribedDurations, AreInSeconds) {
+    CallDurations durations;
+    durations.note(300us);
+    durations.note(1h);
+    const Latency described = describe(durations);
+    ASSERT_EQ(described.bounds.size(), CallDurations::bounds.size());
+    EXPECT_DOUBLE_EQ(described.bounds.front(), 0.0001);
+    EXPECT_DOUBLE_EQ(described.bounds.back(), 30);
+    EXPECT_EQ(described.counts[1], 1U);
+    EXPECT_EQ(described.beyond, 1U);
+    EXPECT_DOUBLE_EQ(described.sum, 3600.0003);
+}
+
+TEST(DescribedObservers, AreBounded_AndSoAreTheirProperties) {
+    ObserverTable table;
+    ObserverTable::Filter filter(new COrvoSubscriptionFilter);
+    for (std::size_t number = 0; number < mostObserverProperties + 3; ++number) {
+        filter->addProperty(ORVString("Property" + std::to_string(10 + number)));
+    }
+    for (std::size_t number = 0; number < mostObservers + 5; ++number) {
+        const COrvoInstanceName name("root/cimv2", ORVString("EX_" + std::to_string(10 + number)), {});
+        table.add(name, IOrvoIndication::IndicationChange, filter);
+    }
+    const std::vector<Observer> described = describe(table);
+    ASSERT_EQ(described.size(), mostObservers);
+    EXPECT_EQ(described[0].subject, "EX_10");
+    EXPECT_EQ(described[0].indication, "Change");
+    EXPECT_FALSE(described[0].isInstance);
+    ASSERT_EQ(described[0].properties.size(), mostObserverProperties + 1);
+    EXPECT_EQ(described[0].properties.front(), "Property10");
+    EXPECT_EQ(described[0].properties.back(), "3 more");
 }
 
 TEST(DescribedSubscriber, TellsAllThatTheLibraryKnows) {
@@ -102,6 +138,7 @@ TEST(DescribedSubscriber, TellsWhyItWasRemoved) {
     removed.subscriber.host = "a";
     removed.subscriber.figures.delivered = 5;
     removed.subscriber.dropped = 3;
+    removed.subscriber.figures.lastDrop = SubscriberRecord::Note{"3 dropped", start, start, 3};
     removed.when = start;
     removed.reason = RemovalReason::expired;
     const RemovedSubscriber described = describe(removed);
@@ -109,6 +146,8 @@ TEST(DescribedSubscriber, TellsWhyItWasRemoved) {
     EXPECT_EQ(described.when, start);
     EXPECT_EQ(described.delivered, 5U);
     EXPECT_EQ(described.dropped, 3U);
+    ASSERT_TRUE(described.lastDrop);
+    EXPECT_EQ(described.lastDrop->text, "3 dropped");
 }
 
 TEST(DescribedOperations, AreInOrderOfNameAndStatus) {

@@ -54,7 +54,10 @@ ServerStatus fullStatus() {
     status.counters.removed = {{"delivery failed", 1}};
     status.latency = {{0.5, 1}, {3, 4}, 2, 7.5};
     status.operations = {{"GetClass", "ok", 7}, {"GetClass", "6", 2}, {"other", "refused", 1}};
-    status.providers.push_back({"files", "/lib/x.so", {"CIM_DataFile"}, 3, 1, 4, 0, {}});
+    status.providers.push_back({"files", "/lib/x.so", {"CIM_DataFile"}, 3, 1, 4, 0, {}, {}, {}, 0, {}});
+    status.providers[0].observers.emplace_back();
+    status.providers[0].observersLeftOut = 6;
+    status.providers[0].durations = {{"getInstance", {{0.5, 1}, {1, 2}, 1, 7.5}}};
     status.subscribers.push_back(subscriberNumber(1));
     return status;
 }
@@ -98,6 +101,15 @@ TEST(Metrics, TellTheLatencyAsACumulativeHistogram) {
     EXPECT_THAT(lines, Contains("velm_delivery_latency_seconds_bucket{le=\"+Inf\"} 9"));
     EXPECT_THAT(lines, Contains("velm_delivery_latency_seconds_count 9"));
     EXPECT_THAT(lines, Contains("velm_delivery_latency_seconds_sum 7.5"));
+}
+
+TEST(Metrics, TellHowLongCallsIntoAProviderTook_AndWhatItWatches) {
+    const Lines lines = linesOf(fullStatus());
+    const std::string labels = "{provider=\"files\",operation=\"getInstance\"";
+    EXPECT_THAT(lines, Contains("# TYPE velm_provider_call_duration_seconds histogram"));
+    EXPECT_THAT(lines, Contains("velm_provider_call_duration_seconds_bucket" + labels + ",le=\"1\"} 3"));
+    EXPECT_THAT(lines, Contains("velm_provider_call_duration_seconds_count" + labels + "} 4"));
+    EXPECT_THAT(lines, Contains("velm_provider_observers{provider=\"files\"} 7"));
 }
 
 TEST(Metrics, BoundTheSeriesOfSubscribers_FailingAndBusyOnesFirst) {
