@@ -76,13 +76,4 @@ TEST(Frame, ShowsAnExcerptOfTheTables_WhetherThePageRefreshesOrNot) {
     }
 }
 
-TEST(Frame, AsksForNoTables_AsLongAsNobodyScrollsThere) {
-    VELM_SKIP_WITHOUT_BROWSER();
-    Browser browser;
-    const FaceServer server(crowdedStatus(200));
-    browser.documentOf(server.address("/"), {1280, 800, false});
-    EXPECT_EQ(server.requestsFor("/style.css"), 1U);
-    EXPECT_EQ(server.requestsFor("/tables?excerpt"), 0U);
-}
-
 }  // namespace velm::test

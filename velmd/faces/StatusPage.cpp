@@ -185,7 +185,7 @@ std::string tablesSection(const PageOptions& options) {
     return fmt::format(
         R"(<section aria-labelledby="tables"><h2 id="tables">Diagnostic tables</h2>)"
         R"(<p class="lead">Who is subscribed to what, by instance and by class; <a href="/tables">alone and whole</a>.{}</p>)"
-        R"(<iframe sandbox loading="lazy" src="/tables?excerpt" title="Who is subscribed to what"></iframe></section>)"
+        R"(<iframe sandbox src="/tables?excerpt" title="Who is subscribed to what"></iframe></section>)"
         "\n",
         pause);
 }
