@@ -35,12 +35,14 @@ inline constexpr std::array<const char*, 8> removalReasonNames{
 
 /// How long it took from a report to its delivery.
 struct DeliveryLatency {
-    /// Upper ends; what took longer than the last is counted behind them.
-    static constexpr std::array<std::chrono::milliseconds, 15> bounds{
+    /// Upper ends, the closest where a delivery is expected: within the second between two passes, and as
+    /// long as the pass takes. What took longer than the last is counted behind them.
+    static constexpr std::array<std::chrono::milliseconds, 18> bounds{
         {std::chrono::milliseconds(1), std::chrono::milliseconds(2), std::chrono::milliseconds(5),
          std::chrono::milliseconds(10), std::chrono::milliseconds(25), std::chrono::milliseconds(50),
          std::chrono::milliseconds(100), std::chrono::milliseconds(250), std::chrono::milliseconds(500),
-         std::chrono::milliseconds(1000), std::chrono::milliseconds(2500), std::chrono::milliseconds(5000),
+         std::chrono::milliseconds(750), std::chrono::milliseconds(1000), std::chrono::milliseconds(1100),
+         std::chrono::milliseconds(1500), std::chrono::milliseconds(2500), std::chrono::milliseconds(5000),
          std::chrono::milliseconds(10000), std::chrono::milliseconds(30000),
          std::chrono::milliseconds(60000)}};
 
