@@ -131,6 +131,8 @@ int ProgramProcess::wait(std::chrono::seconds patience) {
         ::usleep(pollInterval);
     }
     _id = -1;
+    // The last it said may still be on its way.
+    waitForEnd(std::chrono::seconds(5));
     return exitCodeOf(status);
 }
 
