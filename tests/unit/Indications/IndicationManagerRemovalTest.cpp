@@ -2,7 +2,10 @@
 #include "foundation/subscribers/CSubscriberTableEntry.h"
 #include "tests/unit/Indications/IndicationManagerSupport.h"
 
+#include <chrono>
+#include <future>
 #include <stdexcept>
+#include <utility>
 
 #include <gmock/gmock.h>
 
@@ -390,23 +393,25 @@ TEST_F(SubscriberRemoval, LogsAtTheInnerPlace_WhenTheClassRegistryFails) {
 TEST_F(SubscriberRemoval, EndsTheSubscriber_WhenItsOnlyInstanceWasDestroyedBefore) {
     class WatchedSubscriber : public CSubscriber {
     public:
-        WatchedSubscriber(const ORVSmrPtr<CSubscriberID>& id, bool& ended)
-            : CSubscriber(id, "s", "1", nullptr), _ended(ended) {}
-        ~WatchedSubscriber() override { _ended = true; }
+        WatchedSubscriber(const ORVSmrPtr<CSubscriberID>& id, std::promise<void> ended)
+            : CSubscriber(id, "s", "1", nullptr), _ended(std::move(ended)) {}
+        ~WatchedSubscriber() override { _ended.set_value(); }
 
     private:
-        bool& _ended;
+        std::promise<void> _ended;
     };
-    bool ended = false;
-    manager->addSubscriber(ORVSmrPtr<CSubscriber>(new WatchedSubscriber(makeID(), ended)));
+    std::promise<void> promise;
+    const std::future<void> ended = promise.get_future();
+    manager->addSubscriber(ORVSmrPtr<CSubscriber>(new WatchedSubscriber(makeID(), std::move(promise))));
     subscribeChange(makeID(), file);
     subscribeEnds(makeID(), makeReference(file), {}, {}, Destruction);
     manager->notify(makeIndication(makeObject(file), Destruction));
-    EXPECT_FALSE(ended);
+    EXPECT_EQ(ended.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
 
     remove("127.0.0.1");
 
-    EXPECT_TRUE(ended);
+    // The connection monitor may still be looking at the list of subscribers.
+    EXPECT_EQ(ended.wait_for(std::chrono::seconds(20)), std::future_status::ready);
 }
 
 /// A subscriber that is out of date when the test says so.
