@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <new>
 #include <utility>
 
 namespace velm {
@@ -45,7 +44,7 @@ void ObserverTable::add(const IOrvoInstanceName& name, Type type, const Filter& 
         const Names properties = _propertiesOf(filter);
         const std::lock_guard guard(_lock);
         _add(std::move(key), properties);
-    } catch (const std::bad_alloc&) {
+    } catch (...) {
     }
 }
 
@@ -84,7 +83,7 @@ void ObserverTable::remove(const IOrvoInstanceName& name, Type type, const Filte
         if (counts.empty()) {
             _erase(found);
         }
-    } catch (const std::bad_alloc&) {
+    } catch (...) {
     }
 }
 
@@ -113,7 +112,7 @@ void ObserverTable::forget(const IOrvoInstanceName& name) noexcept {
             entry = _erase(entry);
         }
         _unnamed.erase(_numberOf(key.subject));
-    } catch (const std::bad_alloc&) {
+    } catch (...) {
     }
 }
 

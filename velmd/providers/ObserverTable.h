@@ -24,7 +24,8 @@ namespace velm {
 /// Of instances only so many are kept with what there is to tell; the rest, of which there may be a million,
 /// is a number for each.
 ///
-/// Threads: any number. Failure: without memory a registration is not noted.
+/// Threads: any number. Failure: a registration that cannot be noted, for want of memory or because its name
+/// or filter fails, is left out; the provider keeps it all the same.
 class ObserverTable {
 public:
     using Type = IOrvoIndication::IndicationType;

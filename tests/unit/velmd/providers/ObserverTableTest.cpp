@@ -104,6 +104,18 @@ TEST_F(ObserverTableTest, TellsNoProperties_WhenAllAreWanted) {
     EXPECT_THAT(textsOf(table), ElementsAre("=\"a\" 1 (FileSize,)"));
 }
 
+TEST_F(ObserverTableTest, LeavesOutWhatCannotBeNoted_WhenAFilterFails) {
+    class BrokenFilter : public COrvoSubscriptionFilter {
+    public:
+        ORVSmrPtr<ORVValSlist<ORVString>> getProperties() const override { return nullptr; }
+    };
+    const ObserverTable::Filter broken(new BrokenFilter);
+    table.add(*a, change, broken);
+    table.add(*b, change, nullptr);
+    table.remove(*b, change, broken);
+    EXPECT_THAT(textsOf(table), ElementsAre("=\"b\" 1 ()"));
+}
+
 TEST_F(ObserverTableTest, ForgetsAnInstanceThatIsGone_AndNoOther) {
     table.add(*a, change, nullptr);
     table.add(*a, addition, filterFor({}, "CIM_DataFile"));
